@@ -1,0 +1,30 @@
+#include "module/so_module.h"
+
+#include "platform/foundation/z_boot.h"
+#include "platform/foundation/z_file_stream.h"
+#include "platform/foundation/z_string_id.h"
+#include "scene/so_object_settings.h"
+
+// Static initialisers, in this order: boot registration, then the constants.
+namespace {
+const zBoot so_boot_registration(&soModule::Boot, &soModule::Shutdown, so_module_code);
+}  // namespace
+
+float soFrameWidth = 7.2f;
+float soFrameHeight = 4.8f;
+so_fopen_fn so_fopen = nullptr;
+
+std::FILE* so_open_for_reading(const char* path) {
+  if (!path) return nullptr;
+  return so_fopen ? so_fopen(path, "rb") : std::fopen(path, "rb");
+}
+
+void soModule::Boot() {
+  zBoot::Depends(zCore::kModuleCode, &zCore::Boot);
+  soObjectSettings::InitalizeRecordNames();
+  zStringID::Default()->Add(static_cast<std::int32_t>(so_id_border_decor), "border_decor");
+  // Linked statically here, the foundation's function always exists.
+  so_fopen = &zFileStream::os_fopen;
+}
+
+void soModule::Shutdown() {}

@@ -1,0 +1,34 @@
+#pragma once
+// zBoot: the registry of modules to boot. A module registers itself with a
+// static zBoot object; the host calls zBoot::BootAll() once it is ready, and
+// every registered module boots once, its dependencies first.
+#include <cstdint>
+
+class zBoot {
+ public:
+  using BootFn = void (*)();
+  using ShutdownFn = void (*)();
+
+  zBoot(BootFn boot, ShutdownFn shutdown, std::int32_t code);
+  zBoot(const zBoot&) = delete;
+  zBoot& operator=(const zBoot&) = delete;
+
+  // Called from a boot function: makes sure the module `code` has booted
+  // (booting it with `boot` now if it has not) before the caller goes on.
+  static void Depends(std::int32_t code, BootFn boot);
+
+  // Boots every registered module not yet booted, in registration order.
+  static void BootAll();
+  // Shuts booted modules down in the reverse of their boot order.
+  static void ShutdownAll();
+
+  static bool IsRegistered(std::int32_t code);
+  static bool IsBooted(std::int32_t code);
+};
+
+// The foundation's own core module, on which every module depends.
+namespace zCore {
+inline constexpr std::int32_t kModuleCode = 0x5A434F52;  // 'ZCOR'
+void Boot();
+bool IsBooted();
+}  // namespace zCore

@@ -1,0 +1,10 @@
+#pragma once
+// zIDGenerator: process-wide unique, non-zero 32-bit ids. Thread-safe.
+#include <cstdint>
+
+class zIDGenerator {
+ public:
+  // `kind` tags the caller's use (the module passes 'x'); ids are unique
+  // across all kinds. Never returns 0 and never a negative value.
+  static std::int32_t Generate(std::uint32_t kind);
+};
