@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "platform/image/image_file.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/test_images.h"
+#include "tests/textures/memory_texture_manager.h"
+
+using namespace so3d::test;
+namespace image = so3d::image;
+
+namespace {
+
+constexpr Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255}, grey{90, 120, 150, 255};
+
+std::array<int, 4> bgra(Rgba c) { return {c.b, c.g, c.r, c.a}; }
+
+// Texels (near|far, near|far) must show the four quadrant colours.
+void expect_quadrants(const MemoryTextureManager& m, std::int32_t id, int near, int far) {
+  EXPECT_EQ(m.Texel(id, near, near), bgra(red));
+  EXPECT_EQ(m.Texel(id, far, near), bgra(green));
+  EXPECT_EQ(m.Texel(id, near, far), bgra(blue));
+  EXPECT_EQ(m.Texel(id, far, far), bgra(grey));
+}
+
+TestImage quadrants(int width, int height) { return TestImage::Quadrants(width, height, red, green, blue, grey); }
+
+}  // namespace
+
+TEST(MakeBitmap, QuadrantsLandInPlaceRowByRowWithThePitch) {
+  TempDir dir;
+  for (const std::string& path : {dir.Write("q.png", EncodePng(quadrants(64, 32))),
+                                  dir.Write("q.bmp", EncodeBmp(quadrants(64, 32)))}) {
+    SCOPED_TRACE(path);
+    auto m = MakeMemoryManager();
+    ASSERT_TRUE(m->make_bitmap(path.c_str(), 7));
+    EXPECT_EQ(m->calls, (std::vector<std::string>{"create 7", "lock 7", "unlock 7"}));
+    expect_quadrants(*m, 7, 0, 255);
+    expect_quadrants(*m, 7, 100, 156);
+    const auto& t = m->textures.at(7);
+    for (int y : {0, 128, 255})  // the padding after each row is left alone
+      EXPECT_EQ(t.bytes[std::size_t(y * t.pitch + 256 * 4)], MemoryTextureManager::fill);
+  }
+}
+
+TEST(MakeBitmap, StretchesWhateverTheSizeAndAspect) {
+  TempDir dir;
+  auto m = MakeMemoryManager();
+  ASSERT_TRUE(m->make_bitmap(dir.Write("wide.png", EncodePng(quadrants(640, 480))).c_str(), 1));
+  expect_quadrants(*m, 1, 120, 135);  // edges at texel 128 both ways: no letterbox
+  ASSERT_TRUE(m->make_bitmap(dir.Write("one.png", EncodePng(TestImage::Filled(1, 1, grey))).c_str(), 2));
+  for (int p : {0, 77, 255}) EXPECT_EQ(m->Texel(2, p, 255 - p), bgra(grey));
+}
+
+TEST(MakeBitmap, KeepsStraightAlphaWithoutBleedingTransparentColour) {
+  TempDir dir;
+  auto m = MakeMemoryManager();
+  constexpr Rgba half{200, 100, 50, 128}, clear{0, 0, 0, 0};
+  ASSERT_TRUE(m->make_bitmap(dir.Write("half.png", EncodePng(TestImage::Filled(8, 8, half))).c_str(), 1));
+  EXPECT_EQ(m->Texel(1, 3, 200), bgra(half));
+  // Transparent black beside opaque red: where they blend, alpha falls but the
+  // colour stays red.
+  const TestImage edge = TestImage::Quadrants(4, 4, clear, red, clear, red);
+  ASSERT_TRUE(m->make_bitmap(dir.Write("edge.png", EncodePng(edge)).c_str(), 2));
+  int blended = 0;
+  for (int x = 0; x < 256; ++x) {
+    const auto t = m->Texel(2, x, 10);
+    if (t[3] == 0 || t[3] == 255) continue;
+    ++blended;
+    EXPECT_TRUE(t[2] >= 254 && t[0] + t[1] <= 2) << "x " << x;
+  }
+  EXPECT_GT(blended, 0);
+}
+
+TEST(MakeBitmap, UnusableFilesFailBeforeAnyTextureIsMade) {
+  TempDir dir;
+  const std::string png = EncodePng(quadrants(16, 16));
+  // Declared sizes: PNG width and height big-endian at 16 and 20 (10000 each),
+  // BMP little-endian at 18 and 22 (100000 each).
+  std::string huge_png = png, huge_bmp = EncodeBmp(TestImage::Filled(4, 4, red));
+  for (int at : {16, 20}) huge_png.replace(std::size_t(at), 4, std::string("\x00\x00\x27\x10", 4));
+  for (int at : {18, 22}) huge_bmp.replace(std::size_t(at), 4, std::string("\xA0\x86\x01\x00", 4));
+  std::filesystem::create_directories(dir.Path() / "folder.png");
+  const std::string huge[] = {dir.Write("huge.png", huge_png), dir.Write("huge.bmp", huge_bmp)};
+  const std::string bad[] = {(dir.Path() / "missing.png").string(), dir.Write("empty.png", ""),
+                             (dir.Path() / "folder.png").string(), dir.Write("cut.png", png.substr(0, png.size() / 2)),
+                             dir.Write("text.png", "only some text, not a picture\n"), ""};
+  auto m = MakeMemoryManager();
+  for (const auto& path : bad) EXPECT_FALSE(m->make_bitmap(path.c_str(), 3)) << path;
+  image::Picture picture;
+  for (const auto& path : huge) {
+    EXPECT_FALSE(m->make_bitmap(path.c_str(), 3));
+    EXPECT_EQ(image::DecodeFile(path.c_str(), picture), image::Status::too_large);
+  }
+  EXPECT_FALSE(m->make_bitmap(nullptr, 3));
+  EXPECT_TRUE(m->calls.empty());
+}
+
+TEST(MakeBitmap, EveryTruncatedPngIsRefused) {
+  const std::string png = EncodePng(quadrants(24, 24));
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(png.data());
+  image::Picture picture;
+  // Checksums are not verified, so only the final one (of IEND) may be cut.
+  for (std::size_t n = 0; n + 4 < png.size(); ++n) {
+    EXPECT_NE(image::Decode(bytes, n, picture), image::Status::ok) << n;
+    EXPECT_TRUE(picture.bgra.empty());
+  }
+  EXPECT_EQ(image::Decode(bytes, png.size(), picture), image::Status::ok);
+}
+
+TEST(MakeBitmap, DeviceRefusalsStopAtTheirStep) {
+  TempDir dir;
+  const std::string path = dir.Write("q.png", EncodePng(quadrants(8, 8)));
+  auto no_create = MakeMemoryManager(), no_lock = MakeMemoryManager();
+  no_create->refuse_create = true;
+  no_lock->refuse_lock = true;
+  EXPECT_FALSE(no_create->make_bitmap(path.c_str(), 4));
+  EXPECT_FALSE(no_lock->make_bitmap(path.c_str(), 4));
+  EXPECT_EQ(no_create->calls, std::vector<std::string>{"create 4"});
+  // The texture made before the lock failed is not deleted here.
+  EXPECT_EQ(no_lock->calls, (std::vector<std::string>{"create 4", "lock 4"}));
+}
+
+TEST(OpenAndUploadTexture, TriesTheDriveLetterThenTheCommonFolder) {
+  TempDir dir;
+  const std::string png = EncodePng(quadrants(16, 16));
+  dir.Write("Content/Images/wood.png", png);
+  dir.Write("Content/Scenes/wood.png", png);
+  dir.Write("C:/Images/drive.png", png);
+  const std::string base = (dir.Path() / "Content/Scenes/intro.lws").string();
+  auto m = MakeMemoryManager();
+  std::int32_t common = 0, plain = 0, drive = 0;
+  m->AddTexture("X:Content/Images/wood.png", &common);
+  m->AddTexture("wood.png", &plain);  // beside the scene, but the name is never tried as it stands
+  m->AddTexture("C:Images/drive.png", &drive);
+
+  EXPECT_EQ(m->OpenAndUploadTexture(common, nullptr), -1);
+  EXPECT_EQ(m->OpenAndUploadTexture(common, base.c_str()), 0);
+  expect_quadrants(*m, common, 10, 245);
+  EXPECT_EQ(m->OpenAndUploadTexture(plain, base.c_str()), -1);
+  // The drive-letter candidate "C:/Images/drive.png" is relative on this platform.
+  const auto previous = std::filesystem::current_path();
+  std::filesystem::current_path(dir.Path());
+  const std::int32_t result = m->OpenAndUploadTexture(drive, nullptr);
+  std::filesystem::current_path(previous);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(m->textures.count(drive), 1u);
+}
