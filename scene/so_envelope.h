@@ -56,8 +56,12 @@ struct so_envelope {
   std::int32_t filter_count = 0;
 
   // The keys in list order; owns them. `keys`, the links and `key_count`
-  // mirror it. Change it only through the so_envelope_* functions below.
+  // mirror it. Change it only through the so_envelope_* functions below, and
+  // leave a key's time as it was inserted.
   std::vector<std::unique_ptr<so_envelope_key>> key_nodes;
+  // False once a key was inserted out of time order (or with a NaN time):
+  // evaluation then walks the keys instead of bisecting them.
+  bool keys_ordered = true;
 };
 
 // Inserts a copy of `key` at `position` (0 = first; clamped to the end),

@@ -17,6 +17,8 @@ so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, 
   }
   if (k->prev) k->prev->next = k;
   if (k->next) k->next->prev = k;
+  // Written so that a NaN time also counts as out of order.
+  if ((k->prev && !(k->prev->time <= k->time)) || (k->next && !(k->time <= k->next->time))) env.keys_ordered = false;
   env.keys = nodes.front().get();
   env.key_count = static_cast<std::int32_t>(nodes.size());
   return k;
@@ -26,4 +28,5 @@ void so_envelope_clear_keys(so_envelope& env) {
   env.key_nodes.clear();
   env.keys = nullptr;
   env.key_count = 0;
+  env.keys_ordered = true;
 }

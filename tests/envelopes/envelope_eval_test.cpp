@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <random>
+
+#include "scene/so_envelope_eval.h"
+
+namespace {
+
+so_envelope_key key_at(float time, float value, std::uint32_t shape, float p0 = 0, float p1 = 0, float p2 = 0,
+                       float p3 = 0) {
+  so_envelope_key k;
+  k.time = time;
+  k.value = value;
+  k.shape = shape;
+  k.param[0] = p0, k.param[1] = p1, k.param[2] = p2, k.param[3] = p3;
+  return k;
+}
+
+// Keys appended in the given order, whatever their times.
+void fill(so_envelope& env, std::initializer_list<so_envelope_key> keys, std::int32_t pre = 0, std::int32_t post = 0) {
+  for (const so_envelope_key& k : keys) so_envelope_insert_key(env, env.key_nodes.size(), k);
+  env.pre = pre;
+  env.post = post;
+}
+
+// The span's cubic in double, Bernstein form, s by plain bisection.
+double reference_bezier(double t, const double (&x)[4], const double (&y)[4]) {
+  auto at = [](const double (&c)[4], double s) {
+    return (1 - s) * (1 - s) * (1 - s) * c[0] + 3 * (1 - s) * s * ((1 - s) * c[1] + s * c[2]) + s * s * s * c[3];
+  };
+  double lo = 0, hi = 1;
+  for (int i = 0; i < 200; ++i) (at(x, (lo + hi) / 2) > t ? hi : lo) = (lo + hi) / 2;
+  return at(y, lo);
+}
+
+}  // namespace
+
+TEST(EnvelopeEval, SpansAndEndBehaviours) {
+  EXPECT_EQ(evaluate_envelope(nullptr, 1), 0.0f);
+  so_envelope single;
+  fill(single, {key_at(1, 7, so_shape_line)});  // behaviours are not consulted
+  for (float t : {-5.0f, 9.0f}) EXPECT_EQ(evaluate_envelope(&single, t), 7.0f);
+
+  so_envelope line, tcb;
+  fill(line, {key_at(0, 0, so_shape_line), key_at(2, 10, so_shape_line)});
+  fill(tcb, {key_at(0, 0, so_shape_tcb), key_at(2, 10, so_shape_tcb)});  // lone TCB keys: a straight span
+  EXPECT_FLOAT_EQ(evaluate_envelope(&line, 0.5f), 2.5f);
+  EXPECT_EQ(evaluate_envelope(&line, 2), 10.0f);
+  EXPECT_FLOAT_EQ(evaluate_envelope(&tcb, 0.5f), 2.5f);
+  EXPECT_FLOAT_EQ(evaluate_envelope(&tcb, 1), 5.0f);
+  const struct {
+    std::int32_t code;
+    float at3, at_minus1;
+  } cases[] = {{0, 0, 0}, {1, 10, 0}, {2, 5, 5}, {5, 15, -5},
+               {3, 5, 5},     // the odd cycle on either side runs backwards
+               {4, 15, -5},   // shifted by the value range per cycle
+               {9, 10, -5}};  // unknown: last value after, first span extended before
+  for (const auto& c : cases) {
+    line.pre = line.post = c.code;
+    EXPECT_FLOAT_EQ(evaluate_envelope(&line, 3), c.at3) << "code " << c.code;
+    EXPECT_FLOAT_EQ(evaluate_envelope(&line, -1), c.at_minus1) << "code " << c.code;
+  }
+  line.post = 3;
+  EXPECT_FLOAT_EQ(evaluate_envelope(&line, 2.5f), 7.5f);
+  line.post = 4;
+  EXPECT_FLOAT_EQ(evaluate_envelope(&line, 4.5f), 22.5f);
+
+  so_envelope herm, step, unknown;
+  fill(herm, {key_at(0, 0, so_shape_herm, 0, 2), key_at(1, 1, so_shape_herm, -4)});
+  EXPECT_FLOAT_EQ(evaluate_envelope(&herm, 0.5f), 0.5f + 0.125f * 2 + 0.125f * 4);  // h3 = -h4 = 1/8
+  fill(step, {key_at(0, 3, so_shape_step), key_at(2, 10, so_shape_step)});
+  EXPECT_EQ(evaluate_envelope(&step, 1.9f), 3.0f);
+  fill(unknown, {key_at(0, 0, zFourCC("XXXX")), key_at(2, 10, zFourCC("XXXX"))}, 0, 4);
+  EXPECT_EQ(evaluate_envelope(&unknown, 1), 0.0f);
+  EXPECT_EQ(evaluate_envelope(&unknown, 3), 10.0f);  // only the cycle offset
+}
+
+TEST(EnvelopeEval, WrapTimeKeepsLowerBoundInQuotient) {
+  using so3d::envelope::wrap_time;
+  EXPECT_EQ(wrap_time(3, 0, 2).cycle, 1);
+  EXPECT_EQ(wrap_time(-1, 0, 2).cycle, -1);
+  EXPECT_EQ(wrap_time(5, 0, 2).cycle, 2);
+  EXPECT_EQ(wrap_time(4, 1, 3).time, 1.0f);  // lo is not taken off before dividing
+  EXPECT_EQ(wrap_time(4, 1, 3).cycle, 2);
+  EXPECT_EQ(wrap_time(7, 2, 2).time, 2.0f);
+  EXPECT_EQ(wrap_time(3e38f, 0, 1e-6f).cycle, std::numeric_limits<std::int32_t>::max());  // saturates
+}
+
+TEST(EnvelopeEval, Bez2SpanFollowsTheCubic) {
+  const so_envelope_key k1 = key_at(2.5f, 4, so_shape_bez2, -0.8f, 1);
+  so_envelope env, mixed;
+  fill(env, {key_at(0.5f, 1, so_shape_bez2, 0, 0, 0.5f, 2), k1});
+  const double x[4] = {0.5, 1.0, 1.7, 2.5}, y[4] = {1, 3, 5, 4};
+  for (float t = 0.55f; t < 2.5f; t += 0.1f) EXPECT_NEAR(evaluate_envelope(&env, t), reference_bezier(t, x, y), 2e-3);
+  // A first key of another shape puts its handle a third along, from param[1].
+  fill(mixed, {key_at(0.5f, 1, so_shape_herm, 0, 3, 0.5f, 2), k1});
+  const double xm[4] = {0.5, 0.5 + 2.0 / 3, 1.7, 2.5}, ym[4] = {1, 2, 5, 4};
+  EXPECT_NEAR(evaluate_envelope(&mixed, 1.3f), reference_bezier(1.3, xm, ym), 2e-3);
+}
+
+TEST(EnvelopeEval, Bez2BisectionStopsWhereFloatsAreTooCoarse) {
+  // A 200000 s straight span: near its middle one step of s moves x by about
+  // 0.01 s, so some times have no s within 0.0001 and only the bound stops.
+  const float third = 200000.0f / 3;
+  so_envelope env;
+  fill(env, {key_at(0, 0, so_shape_bez2, 0, 0, third, 1.0f / 3),
+             key_at(200000, 1, so_shape_bez2, -third, -1.0f / 3)});
+  const auto x = so3d::envelope::make_bezier_cubic(0, third, 2 * third, 200000);
+  int unreachable = 0;
+  for (float t = 100000.0f; t < 100001.0f; t += 0.01f) {
+    if (std::fabs(t - x.at(so3d::envelope::span_parameter(x, t))) > 0.0001f) ++unreachable;
+    EXPECT_NEAR(evaluate_envelope(&env, t), t / 200000.0f, 1e-5);
+  }
+  EXPECT_GT(unreachable, 0);
+}
+
+TEST(EnvelopeEval, SpanSearchMatchesListWalk) {
+  so_envelope runs;  // equal times: the walk stops at the first key of a run
+  fill(runs, {key_at(0, 0, so_shape_line), key_at(1, 10, so_shape_line), key_at(1, 20, so_shape_line),
+              key_at(1, 30, so_shape_line), key_at(2, 40, so_shape_line)});
+  EXPECT_EQ(evaluate_envelope(&runs, 1), 10.0f);
+  EXPECT_FLOAT_EQ(evaluate_envelope(&runs, 1.5f), 35.0f);
+
+  // Bisection against the walk that keys out of order get, on random keys
+  // with repeated times, every shape and behaviour, at key times and between.
+  std::mt19937 rng(7);
+  for (int round = 0; round < 50; ++round) {
+    so_envelope bisected, walked;
+    float time = 0;
+    for (int i = 0, n = 2 + static_cast<int>(rng() % 40); i < n; ++i) {
+      time += static_cast<float>(rng() % 3) * 0.25f;
+      const std::uint32_t shape = so_shape_from_number(static_cast<std::int32_t>(rng() % 6));
+      fill(bisected, {key_at(time, static_cast<float>(rng() % 100), shape, -0.1f, 1, 0.1f, 1)},
+           static_cast<std::int32_t>(rng() % 7), static_cast<std::int32_t>(rng() % 7));
+    }
+    for (const auto& k : bisected.key_nodes) fill(walked, {*k}, bisected.pre, bisected.post);
+    ASSERT_TRUE(bisected.keys_ordered);
+    walked.keys_ordered = false;
+    for (float t = -1; t < time + 1; t += 0.125f) {
+      const float a = evaluate_envelope(&bisected, t), b = evaluate_envelope(&walked, t);
+      EXPECT_TRUE(a == b || (std::isnan(a) && std::isnan(b))) << "round " << round << " t " << t;
+    }
+  }
+}
+
+TEST(EnvelopeEval, KeysOutOfOrderAndOddTimesAreSafe) {
+  so_envelope env, same_time;
+  fill(env, {key_at(0, 1, so_shape_tcb), key_at(3, 2, so_shape_line), key_at(1, 3, so_shape_bez2),
+             key_at(std::nanf(""), 4, so_shape_tcb), key_at(2, 5, so_shape_tcb)});
+  EXPECT_FALSE(env.keys_ordered);
+  EXPECT_FLOAT_EQ(evaluate_envelope(&env, 1.5f), 1.5f);  // the walk stops at the first later key: 0 to 3
+  const float inf = std::numeric_limits<float>::infinity();
+  for (std::int32_t code = 0; code < 7; ++code) {
+    env.pre = env.post = code;
+    for (float t : {-inf, inf, std::nanf(""), -1e30f, 1e30f}) (void)evaluate_envelope(&env, t);
+  }
+  fill(same_time, {key_at(1, 1, so_shape_tcb), key_at(1, 2, so_shape_tcb)}, 5, 5);  // zero-length end spans
+  EXPECT_EQ(evaluate_envelope(&same_time, 0), 1.0f);
+  EXPECT_EQ(evaluate_envelope(&same_time, 3), 2.0f);
+}
