@@ -1,0 +1,50 @@
+#pragma once
+// Geometry chunk readers and the finishing steps, shared by the readers of
+// both object forms. Each chunk reader starts at the chunk's data, is given
+// its size rounded to even, and returns false when the chunk is malformed or
+// memory is short (the load then fails).
+#include <cstdint>
+#include <vector>
+
+#include "objects/lightwave/so_lwo_file.h"
+#include "objects/lightwave/so_lwo_read.h"
+
+namespace so3d::lwo {
+
+// Largest point count of a layer: indexes (up to 24 bits) plus the point
+// offset must stay within 32 bits.
+inline constexpr std::int64_t max_points = 0x7FFFFFFF - 0x00FFFFFF;
+// Largest count of polygons, corners, tags or map records.
+inline constexpr std::int64_t max_count = 0x7FFFFFFF;
+
+// LAYR: the first one names the first layer; each later one appends a layer
+// and makes it `current`.
+bool read_layer(reader& r, so_lwo_file& file, so_lwo_layer*& current, std::uint32_t size);
+// PNTS: appends size / 12 points.
+bool read_points(reader& r, so_lwo_layer& layer, std::uint32_t size);
+// POLS: appends polygons whose corner indexes count from the latest PNTS chunk.
+bool read_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size);
+// PTAG: SURF, PART and SMGP records of the latest POLS and TAGS chunks;
+// other types are skipped. A polygon index past the layer's polygons fails.
+bool read_polygon_tags(reader& r, so_lwo_layer& layer, const so_lwo_tag_table& tags, std::uint32_t size);
+// TAGS (and the older form's surface names): appends tag strings.
+bool read_tags(reader& r, so_lwo_tag_table& tags, std::uint32_t size);
+// BBOX: the layer's bounds.
+bool read_bounds(reader& r, so_lwo_layer& layer, std::uint32_t size);
+// VMAP (per point) and VMAD (per polygon corner).
+bool read_vertex_map(reader& r, so_lwo_layer& layer, std::uint32_t size, bool per_polygon);
+
+// Tag-to-surface bindings kept across the layers of one file, so that every
+// tag gets at most one surface however many layers use it.
+struct surface_binding {
+  std::vector<std::int32_t> tag_surface;  // surface index per tag, -1 before binding
+  std::int32_t untagged = -1;  // surface of the polygons of a file without tags
+  bool ready = false;
+};
+
+// Runs the finishing steps on one layer: checks every index, then bounds,
+// polygon normals, point polygon lists, surface resolution, corner normals
+// and map references. False fails the load.
+bool finish_layer(so_lwo_file& file, so_lwo_layer& layer, surface_binding& binding);
+
+}  // namespace so3d::lwo

@@ -1,0 +1,119 @@
+// The top level of the object-file reader: header, chunk loop, finishing.
+#include <exception>
+#include <new>
+
+#include "objects/lightwave/so_lwo_chunks.h"
+#include "objects/lightwave/so_lwo_older.h"
+
+namespace so3d::lwo {
+
+namespace {
+
+constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
+
+// Closes the file however the load ends.
+struct reader_guard {
+  reader& r;
+  ~reader_guard() { close_reader(r); }
+};
+
+bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_t chunk, std::uint32_t size) {
+  switch (chunk) {
+    case id("LAYR"): return read_layer(r, file, layer, size);
+    case id("PNTS"): return read_points(r, *layer, size);
+    case id("POLS"): return read_polygons(r, *layer, size);
+    case id("PTAG"): return read_polygon_tags(r, *layer, file.tags, size);
+    case id("TAGS"): return read_tags(r, file.tags, size);
+    case id("VMAP"): return read_vertex_map(r, *layer, size, false);
+    case id("VMAD"): return read_vertex_map(r, *layer, size, true);
+    case id("BBOX"): return read_bounds(r, *layer, size);
+    case id("SURF"): {
+      auto surface = read_surface(r, size);
+      if (!surface) return false;
+      file.surfaces.push_back(std::move(surface));
+      file.surface_count = static_cast<std::int32_t>(file.surfaces.size());
+      return true;
+    }
+    case id("CLIP"): {
+      auto clip = read_clip(r, size);
+      if (!clip) return false;
+      file.clips.push_back(std::move(clip));
+      file.clip_count = static_cast<std::int32_t>(file.clips.size());
+      return true;
+    }
+    case id("ENVL"): {
+      auto envelope = read_envelope(r, size);
+      if (!envelope) return false;
+      so_envelope* added = envelope.get();
+      if (!file.envelopes.empty()) {
+        added->prev = file.envelopes.back().get();
+        added->prev->next = added;
+      }
+      file.envelopes.push_back(std::move(envelope));
+      file.envelope_count = static_cast<std::int32_t>(file.envelopes.size());
+      return true;
+    }
+    default:
+      skip(r, size);
+      return !r.failed();
+  }
+}
+
+// Reads the chunks of an LWO2 form whose header has been read.
+std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
+  auto file = std::make_unique<so_lwo_file>();
+  file->layers.push_back(std::make_unique<so_lwo_layer>());
+  so_lwo_layer* layer = file->layers.front().get();
+
+  r.bytes_read = 0;
+  std::uint32_t chunk = read_u4(r);
+  std::uint64_t size = read_u4(r);
+  if (r.failed()) return nullptr;
+  for (;;) {
+    size = round_even(size);
+    // A chunk that claims more than the file holds is malformed.
+    if (size > r.remaining()) return nullptr;
+    if (!read_chunk(r, *file, layer, chunk, static_cast<std::uint32_t>(size)) || r.failed()) return nullptr;
+    if (form_size <= r.position - 8) break;
+    r.bytes_read = 0;
+    chunk = read_u4(r);
+    size = read_u4(r);
+    if (r.bytes_read != 8) return nullptr;
+  }
+  close_reader(r);
+  if (file->layer_count == 0) file->layer_count = 1;
+
+  surface_binding binding;
+  for (auto& l : file->layers) {
+    if (!finish_layer(*file, *l, binding)) return nullptr;
+  }
+  return file;
+}
+
+}  // namespace
+
+}  // namespace so3d::lwo
+
+so_lwo_file* so_lwo_load(const char* path) {
+  using namespace so3d::lwo;
+  try {
+    reader r;
+    if (!open_reader(r, path)) return nullptr;
+    reader_guard guard{r};
+    r.bytes_read = 0;
+    const std::uint32_t form = read_u4(r);
+    const std::uint32_t form_size = read_u4(r);
+    const std::uint32_t form_type = read_u4(r);
+    if (r.bytes_read != 12 || form != id("FORM")) return nullptr;
+    if (form_type == id("LWOB")) {
+      close_reader(r);
+      return so_lwo_load_older(path);
+    }
+    if (form_type != id("LWO2")) return nullptr;
+    return read_form(r, form_size).release();
+  } catch (const std::exception&) {  // memory ran short
+    return nullptr;
+  }
+}
+
+void so_lwo_release(so_lwo_file* file) { delete file; }

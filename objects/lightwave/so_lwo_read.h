@@ -1,0 +1,97 @@
+#pragma once
+// Reading primitives for object files: big-endian numbers, variable-length
+// indexes, padded strings and raw blocks, from the open file or from a block
+// already in memory. Every read adds what it consumed to the running count
+// `bytes_read` of the load's reader; a failed read stores `read_error` there,
+// and from then on every primitive returns its zero result without reading.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace so3d::lwo {
+
+inline constexpr std::int32_t read_error = std::numeric_limits<std::int32_t>::min();
+
+// The state of one load. Two loads never share one, so two threads may each
+// read a file.
+struct reader {
+  std::FILE* file = nullptr;
+  std::uint64_t position = 0;  // bytes from the start of the file
+  std::uint64_t size = 0;      // length of the file
+  std::int32_t bytes_read = 0;
+
+  bool failed() const { return bytes_read < 0; }
+  void fail() { bytes_read = read_error; }
+  std::uint64_t remaining() const { return position < size ? size - position : 0; }
+  // Adds n to bytes_read; a count that would overflow is a failure.
+  void count(std::uint64_t n);
+};
+
+// Opens `path` through so_open_for_reading and measures it. False when the
+// file cannot be opened or measured (the reader then holds no file).
+bool open_reader(reader& r, const char* path);
+void close_reader(reader& r);
+
+// An owned block of bytes, left uninitialised until read.
+struct block {
+  std::unique_ptr<std::uint8_t[]> data;
+  std::size_t size = 0;
+
+  const std::uint8_t* begin() const { return data.get(); }
+  const std::uint8_t* end() const { return data.get() + size; }
+  std::vector<std::uint8_t> to_vector() const { return std::vector<std::uint8_t>(begin(), end()); }
+};
+
+std::uint8_t read_u1(reader& r);
+std::uint16_t read_u2(reader& r);
+std::int16_t read_i2(reader& r);
+std::uint32_t read_u4(reader& r);
+float read_f4(reader& r);
+// 2 bytes, or 4 when the first is 0xFF (value in the last three).
+std::uint32_t read_index(reader& r);
+// A zero-terminated string padded to even length. An empty string consumes 2
+// bytes and reads as empty ("null").
+std::string read_string(reader& r);
+// `size` bytes in one read. A size that is negative, zero or larger than what
+// is left of the file fails without allocating.
+block read_block(reader& r, std::int64_t size);
+// The rest of a sub-chunk as a block: `size` bytes, where an empty rest gives
+// an empty block and a negative one fails.
+std::vector<std::uint8_t> read_rest(reader& r, std::int64_t size);
+// Moves forward without counting; past the end of the file is a failure.
+void skip(reader& r, std::uint64_t n);
+
+// A position inside a block in memory. The take_* variants fail (error
+// marker, zero result) rather than read past `end`.
+struct cursor {
+  const std::uint8_t* pos = nullptr;
+  const std::uint8_t* end = nullptr;
+
+  std::size_t left() const { return static_cast<std::size_t>(end - pos); }
+};
+
+std::uint16_t take_u2(reader& r, cursor& c);
+std::uint32_t take_u4(reader& r, cursor& c);
+float take_f4(reader& r, cursor& c);
+std::uint32_t take_index(reader& r, cursor& c);
+std::string take_string(reader& r, cursor& c);
+
+// Big-endian decoding from memory the caller has already bounded.
+inline std::uint16_t load_u2(const std::uint8_t* p) { return static_cast<std::uint16_t>((p[0] << 8) | p[1]); }
+inline std::uint32_t load_u4(const std::uint8_t* p) {
+  return (std::uint32_t(p[0]) << 24) | (std::uint32_t(p[1]) << 16) | (std::uint32_t(p[2]) << 8) | p[3];
+}
+float load_f4(const std::uint8_t* p);
+
+// Asks for large pages behind a big array that is about to be filled, which
+// saves most of the page faults of its first touch. Only a hint.
+void advise_large(const void* data, std::size_t bytes);
+
+// IFF sizes are padded to even.
+inline std::uint64_t round_even(std::uint64_t size) { return size + (size & 1u); }
+
+}  // namespace so3d::lwo

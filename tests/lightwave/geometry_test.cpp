@@ -1,0 +1,210 @@
+// Geometry chunks and the finishing steps, on files built by the writer.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/lightwave/lwo_test_util.h"
+#include "tests/support/lwo_writer.h"
+
+namespace so3d::test {
+namespace {
+
+// A unit square in the XY plane, counter-clockwise seen from +z.
+const std::vector<Vec3> kSquare = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+
+std::vector<std::int32_t> CornerPoints(const so_lwo_layer& layer, std::int32_t polygon) {
+  std::vector<std::int32_t> out;
+  for (const so_lwo_corner& c : so_lwo_polygon_corners(layer, polygon)) out.push_back(c.point);
+  return out;
+}
+
+std::vector<float> Vec(const float* v) { return std::vector<float>(v, v + 3); }
+
+TEST(LightWaveGeometry, LayersPointsAndPolygonsLandWhereTheChunksSay) {
+  LwoWriter w;
+  w.points(kSquare)  // before any LAYR: the first layer, which LAYR then names
+      .layer(7, "base")
+      .chunk("JUNK", [](IffBytes& b) { b.raw("abc"); })  // odd size: a pad byte follows
+      .points({{0, 0, 1}, {1, 0, 1}, {1, 1, 1}})
+      .polygons({{0, 1, 2}})  // counts from the latest PNTS chunk
+      .chunk("POLS", [](IffBytes& b) { b.id("PTCH").u2(0x8003).index4(2).index(1).index4(0); })
+      .layer(8, "child", 7)
+      .points({{5, 5, 5}})
+      .polygons({{0}});
+  auto file = LoadBytes(w.bytes());
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(file->layers.size(), 2u);
+  EXPECT_EQ(file->layer_count, 2);
+  const so_lwo_layer& first = *file->layers[0];
+  EXPECT_EQ(first.name, "base");
+  EXPECT_EQ(first.number, 7);
+  EXPECT_EQ(first.parent, 0);  // no parent field
+  ASSERT_EQ(first.points.size(), 7u);
+  ASSERT_EQ(first.polygons.size(), 2u);
+  EXPECT_EQ(CornerPoints(first, 0), (std::vector<std::int32_t>{4, 5, 6}));
+  EXPECT_EQ(CornerPoints(first, 1), (std::vector<std::int32_t>{6, 5, 4}));
+  EXPECT_EQ(first.polygons[0].kind, zFourCC("FACE"));
+  EXPECT_EQ(first.polygons[1].kind, zFourCC("PTCH"));
+  EXPECT_EQ(first.polygons[1].flags, 0x8000);
+  EXPECT_EQ(first.polygons[1].corner_count, 3);
+  const so_lwo_layer& second = *file->layers[1];
+  EXPECT_EQ(second.parent, 7);
+  EXPECT_EQ(second.points.size(), 1u);
+  EXPECT_EQ(second.polygons.size(), 1u);
+
+  LwoWriter plain;  // no LAYR at all
+  plain.points(kSquare);
+  file = LoadBytes(plain.bytes() + "trailing bytes past the form");
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->layer_count, 1);
+  EXPECT_EQ(file->layers[0]->number, 0);
+  EXPECT_TRUE(file->layers[0]->name.empty());
+}
+
+TEST(LightWaveGeometry, BoundsAndPolygonNormals) {
+  LwoWriter w;
+  w.points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 0, -1}})
+      .polygons({{0, 1, 2, 3}, {0, 3, 2, 1}, {0, 1, 4}, {0, 1}})
+      .bbox({0, 0, 0}, {0, 0, 0});  // all zero: replaced
+  auto file = LoadBytes(w.bytes());
+  ASSERT_NE(file, nullptr);
+  const so_lwo_layer& layer = *file->layers[0];
+  EXPECT_EQ(std::vector<float>(layer.bounds, layer.bounds + 6), (std::vector<float>{0, 0, -1, 2, 1, 0}));
+  EXPECT_EQ(Vec(layer.polygons[0].normal), (std::vector<float>{0, 0, 1}));
+  EXPECT_EQ(Vec(layer.polygons[1].normal), (std::vector<float>{0, 0, -1}));
+  EXPECT_EQ(Vec(layer.polygons[3].normal), (std::vector<float>{0, 0, 0}));  // two corners
+  EXPECT_EQ(Vec(layer.polygons[2].normal), (std::vector<float>{0, 1, 0}));
+
+  LwoWriter kept;
+  kept.points(kSquare).bbox({0, 0, 0}, {0, 0, 3});  // one value set: kept as read
+  file = LoadBytes(kept.bytes());
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->layers[0]->bounds[3], 0.0f);
+  EXPECT_EQ(file->layers[0]->bounds[5], 3.0f);
+}
+
+TEST(LightWaveGeometry, TagsBindSurfacesAndUnknownTagsGetOneDefaultEach) {
+  LwoWriter w;
+  w.points(kSquare)
+      .polygons({{0, 1, 2}, {0, 2, 3}, {1, 2, 3}, {0, 1, 3}})
+      .tags({"Known", "Missing"})
+      .ptag("SURF", {{1, 1}, {2, 1}})  // polygon 0 keeps tag 0
+      .ptag("COLR", {{0, 1}})          // other types are skipped
+      .tags({""})                      // later tag values count from here
+      .ptag("SURF", {{3, 0}})
+      .ptag("SMGP", {{1, 4}})
+      .surface("Other")
+      .surface("Known")
+      .surface("Known");
+  auto file = LoadBytes(w.bytes());
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(file->surface_count, 5);
+  EXPECT_EQ(file->surfaces[3]->name, "Missing");
+  EXPECT_TRUE(file->surfaces[4]->name.empty());
+  EXPECT_EQ(file->surfaces[3]->glossiness.value, 0.4f);  // defaults
+  const so_lwo_layer& layer = *file->layers[0];
+  EXPECT_EQ(layer.polygons[0].surface, 1);  // the first "Known"
+  EXPECT_EQ(layer.polygons[1].surface, 3);
+  EXPECT_EQ(layer.polygons[2].surface, 3);  // made once, shared
+  EXPECT_EQ(layer.polygons[3].surface, 4);
+  EXPECT_EQ(layer.polygons[1].smoothing_group, 6);
+
+  LwoWriter untagged;  // no TAGS at all: one unnamed surface for every layer
+  untagged.layer(1).points(kSquare).polygons({{0, 1, 2}}).layer(2).points(kSquare).polygons({{0, 1, 2}});
+  file = LoadBytes(untagged.bytes());
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(file->surface_count, 1);
+  EXPECT_TRUE(file->surfaces[0]->name.empty());
+  ASSERT_EQ(file->layers.size(), 2u);
+  EXPECT_EQ(file->layers[1]->polygons[0].surface, 0);
+}
+
+TEST(LightWaveGeometry, ZeroSizeChunks) {
+  LwoWriter accepted;
+  accepted.points(kSquare).chunk("POLS", {}).chunk("TAGS", {}).chunk("PNTS", [](IffBytes& b) { b.u1(1); });
+  auto file = LoadBytes(accepted.bytes());
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->layers[0]->points.size(), 4u);  // a 1-byte (2 with pad) PNTS adds none
+  EXPECT_TRUE(file->layers[0]->polygons.empty());
+
+  for (const char* id : {"PNTS", "VMAP", "VMAD"}) {
+    LwoWriter w;
+    w.points(kSquare).chunk(id, {});
+    EXPECT_EQ(LoadBytes(w.bytes()), nullptr) << id;
+  }
+}
+
+TEST(LightWaveGeometry, SmoothedNormalsFollowTheArcCosineTestAndPlainDivision) {
+  // A flat pentagon and a fan of polygons around its point 0 at many angles
+  // to it; the last fan polygon is in another smoothing group. For each
+  // limit, a neighbour blends exactly when acos(dot) <= limit, and the sum
+  // is divided by its length, bit for bit.
+  std::vector<Vec3> points = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0.5f, 1.5f, 0}, {0, 1, 0}};
+  std::vector<std::vector<std::uint32_t>> polygons = {{0, 1, 2, 3, 4}};
+  for (int i = 1; i <= 41; ++i) {
+    const float a = 0.0785f * static_cast<float>(i % 41);
+    points.push_back({1, 0, 0});
+    points.push_back({0, std::cos(a), std::sin(a)});
+    polygons.push_back({0, static_cast<std::uint32_t>(points.size() - 2), static_cast<std::uint32_t>(points.size() - 1)});
+  }
+  for (float limit : {0.3f, 1.0f, 1.5707964f, 2.5f, 3.2f, 0.0f}) {
+    LwoWriter w;
+    w.points(points).polygons(polygons).tags({"S"}).ptag("SMGP", {{41, 1}}).surface("S", [limit](IffBytes& b) {
+      b.sub("SMAN", [limit](IffBytes& d) { d.f4(limit); });
+    });
+    auto file = LoadBytes(w.bytes());
+    ASSERT_NE(file, nullptr);
+    const so_lwo_layer& layer = *file->layers[0];
+    const float* n0 = layer.polygons[0].normal;
+    float sum[3] = {n0[0], n0[1], n0[2]};
+    for (std::size_t h = 1; h < 41 && limit > 0; ++h) {
+      const float* m = layer.polygons[h].normal;
+      const float dot = n0[0] * m[0] + n0[1] * m[1] + n0[2] * m[2];
+      if (std::acos(static_cast<double>(dot)) > static_cast<double>(limit)) continue;
+      for (int k = 0; k < 3; ++k) sum[k] += m[k];
+    }
+    const float length = std::sqrt(sum[0] * sum[0] + sum[1] * sum[1] + sum[2] * sum[2]);
+    const float* got = layer.corners[0].normal;
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(got[k], sum[k] / length) << "limit " << limit;
+    EXPECT_EQ(Vec(layer.corners[1].normal), (std::vector<float>{0, 0, 1}));  // no neighbour there
+  }
+}
+
+TEST(LightWaveGeometry, PointPolygonListsAndMapReferences) {
+  LwoWriter w;
+  w.points(kSquare)
+      .polygons({{0, 1, 2}, {0, 2, 3}, {0, 0, 1}})
+      .vmap("TXUV", 2, "uv", {{2, 0, {0.5f, 0.25f}}, {0, 0, {1, 2}}})
+      .vmap("WGHT", 0, "w", {{2, 0, {}}})
+      .vmap("TXUV", 2, "uv", {{2, 1, {9, 8}}, {1, 1, {7, 7}}}, true);  // point 1 not in polygon 1
+  auto file = LoadBytes(w.bytes());
+  ASSERT_NE(file, nullptr);
+  const so_lwo_layer& layer = *file->layers[0];
+  const auto polygons_of = [&](int p) {
+    const auto s = so_lwo_point_polygons(layer, p);
+    return std::vector<std::int32_t>(s.begin(), s.end());
+  };
+  EXPECT_EQ(polygons_of(0), (std::vector<std::int32_t>{0, 1, 2, 2}));  // named twice by polygon 2
+  EXPECT_EQ(polygons_of(1), (std::vector<std::int32_t>{0, 2}));
+  EXPECT_EQ(polygons_of(3), (std::vector<std::int32_t>{1}));
+
+  ASSERT_EQ(layer.map_count, 3);
+  EXPECT_EQ(layer.maps[0]->record_count, 2);
+  EXPECT_EQ(layer.maps[0]->row(0)[1], 0.25f);
+  EXPECT_TRUE(layer.maps[1]->values.empty());
+  EXPECT_EQ(layer.maps[2]->polygon_indexes, (std::vector<std::int32_t>{1, 1}));
+
+  const auto refs = so_lwo_point_map_refs(layer, 2);
+  ASSERT_EQ(refs.size(), 2u);  // map order, then record order
+  EXPECT_EQ(refs[0].map, layer.maps[0].get());
+  EXPECT_EQ(refs[1].map, layer.maps[1].get());
+  EXPECT_TRUE(so_lwo_point_map_refs(layer, 3).empty());
+  // Polygon 1 is (0, 2, 3): its second corner (index 4 overall) names point 2.
+  const auto corner_refs = so_lwo_corner_map_refs(layer, 4);
+  ASSERT_EQ(corner_refs.size(), 1u);
+  EXPECT_EQ(corner_refs[0].map, layer.maps[2].get());
+  EXPECT_EQ(layer.corner_map_refs.size(), 1u);  // the unmatched record is dropped
+}
+
+}  // namespace
+}  // namespace so3d::test
