@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_object_manager.h"
+#include "objects/so_overlay_object.h"
+#include "tests/textures/memory_texture_manager.h"
+
+namespace {
+
+// A thin drawable that owns its source and logs its life.
+class Wrapper : public soOverlayObject {
+ public:
+  Wrapper(soObject* source, std::vector<std::string>& log)
+      : soOverlayObject(source->Name().CString()), source(source), log(log) {}
+  ~Wrapper() override { log.push_back("destroy " + std::string(Name().CString())); }
+  void ReleaseDeviceDependentResources() override { log.push_back("release " + std::string(Name().CString())); }
+  std::unique_ptr<soObject> source;
+  std::vector<std::string>& log;
+};
+
+// The log lives outside: drawables still write to it while the base
+// destructor runs.
+class TestManager : public soObjectManager {
+ public:
+  explicit TestManager(std::vector<std::string>& log) : log(log) {}
+  std::int32_t ObjectHandedness() const override { return so_handedness_left; }
+  soTextureManager& TextureManager() const override { return *textures; }
+  so3d::test::MemoryManagerPtr textures = so3d::test::MakeMemoryManager();
+  std::vector<std::string>& log;
+  bool refuse = false;
+
+ private:
+  soObject* create_drawable_object(soObject* source) override {
+    return refuse ? nullptr : new Wrapper(source, log);
+  }
+};
+
+soObject* Find(soObjectManager& manager, const char* name) {
+  soObject* out = nullptr;
+  EXPECT_EQ(manager.FindObject(name, &out), 0) << name;
+  return out;
+}
+
+}  // namespace
+
+TEST(soObjectManager, SharesOneNewLightWaveObjectPerExactName) {
+  std::vector<std::string> log;
+  TestManager manager(log);
+  soObject* a = Find(manager, "objects/cube.lwo");
+  EXPECT_EQ(Find(manager, "objects/cube.lwo"), a);
+  EXPECT_EQ(manager.ReferenceObject(a), 2);  // the count before this reference
+  for (const char* other : {"objects/Cube.lwo", "./objects/cube.lwo", "objects/cube"}) {
+    EXPECT_NE(Find(manager, other), a) << other;
+  }
+  const soObject* source = static_cast<Wrapper*>(a)->source.get();
+  ASSERT_NE(dynamic_cast<const soLightWaveObject*>(source), nullptr);
+  EXPECT_STREQ(source->Name().CString(), "objects/cube.lwo");
+  EXPECT_EQ(source->SurfaceCount(), 0);  // not loaded yet
+}
+
+TEST(soObjectManager, CountsDownAndDestroysAtZeroOrWithTheManager) {
+  std::vector<std::string> log;
+  {
+    TestManager manager(log);
+    soObject* a = Find(manager, "a");
+    soObject* b = Find(manager, "b");
+    soObject* c = Find(manager, "c");
+    EXPECT_EQ(Find(manager, "a"), a);
+    EXPECT_EQ(manager.ReleaseObject(a), 1);
+    EXPECT_EQ(manager.ReleaseObject(a), 0);
+    EXPECT_EQ(log, std::vector<std::string>{"destroy a"});
+    EXPECT_EQ(manager.ReleaseObject(a), -1);  // gone
+    EXPECT_EQ(manager.ReferenceObject(a), -1);
+    EXPECT_EQ(manager.ReferenceObject(nullptr), 0);
+    EXPECT_EQ(manager.ReleaseObject(nullptr), 0);
+    soOverlayObject stranger("b");
+    EXPECT_EQ(manager.ReferenceObject(&stranger), -1);
+    EXPECT_EQ(manager.ReferenceObject(c), 1);
+
+    Find(manager, "a");  // a fresh object, now last in order
+    EXPECT_EQ(manager.ReleaseObject(b), 0);
+    log.clear();
+    manager.ReleaseAllDeviceDependentResources();
+    EXPECT_EQ(log, (std::vector<std::string>{"release c", "release a"}));
+    log.clear();
+  }
+  EXPECT_EQ(log, (std::vector<std::string>{"destroy c", "destroy a"}));
+}
+
+TEST(soObjectManager, RegistersHostObjectsAndNothingOnFailure) {
+  std::vector<std::string> log;
+  TestManager manager(log);
+  auto* overlay = new soOverlayObject("overlay");
+  soObject* drawable = nullptr;
+  ASSERT_EQ(manager.CreateDrawable(overlay, &drawable), 0);
+  EXPECT_EQ(static_cast<Wrapper*>(drawable)->source.get(), overlay);
+  EXPECT_EQ(Find(manager, "overlay"), drawable);  // found by name like any other
+
+  manager.refuse = true;
+  soOverlayObject kept("kept");  // stays the caller's when no drawable is made
+  soObject* out = &kept;
+  EXPECT_EQ(manager.CreateDrawable(&kept, &out), -1);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(manager.FindObject("x.lwo", &out), -1);  // its new object is not leaked
+  EXPECT_EQ(manager.FindObject(nullptr, &out), -1);
+  manager.refuse = false;
+  EXPECT_EQ(manager.ReferenceObject(Find(manager, "x.lwo")), 1);  // no stale entry
+}
