@@ -1,0 +1,82 @@
+#pragma once
+// soLightWaveScene: the scene that soScene::Factory makes, filled from a
+// LightWave scene file or by a transition. Objects and lights are numbered
+// by position; every item's channels are in world space.
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "scene/so_scene.h"
+
+class soLightWaveScene : public soScene {
+ public:
+  // Longest scene-file line, and longest scene path, without the zero.
+  static constexpr std::size_t max_line_length = 1022;
+  static constexpr std::size_t max_path_length = 2047;
+
+  // The initial state of Factory: default camera at (0, 0, -10), white
+  // ambient light of intensity 0.25, one distant light. Throws
+  // std::bad_alloc when memory is short (Factory turns that into null).
+  soLightWaveScene(soTextureManager& textures, soObjectManager& objects);
+  soLightWaveScene(const soLightWaveScene&) = delete;
+  ~soLightWaveScene() override;
+
+  // Copies items, lights, camera and ambient channels of `other` (when it
+  // is a soLightWaveScene), counting object references again.
+  const soScene& operator=(const soScene& other) override;
+  soLightWaveScene& operator=(const soLightWaveScene& other) {
+    operator=(static_cast<const soScene&>(other));
+    return *this;
+  }
+
+  const char* ScenePath() override { return path_; }
+  bool IsLoaded() override { return loaded_; }
+  std::int32_t TileObject(const so_object_data& data, so_vectors& v) override;
+  void RemoveObject(std::int32_t index) override;
+  std::int32_t Load(const char* path, std::int32_t handedness) override;
+  void LoadTextures() override;
+  std::uint32_t ObjectCount() override { return static_cast<std::uint32_t>(object_refs_.size()); }
+  bool HasObjects() override { return !object_refs_.empty(); }
+  void DepthSort(so_depth_entry* entries, std::uint32_t count, float time) override;
+  soObject* ObjectAt(std::uint32_t index) override;
+  std::int32_t CameraVectors(float time, bool set, so_vectors* v) override;
+  std::int32_t AmbientLight(float time, bool set, float* intensity, so_vector3* color) override;
+  std::int32_t LightVectors(std::int32_t index, float time, bool set, so_vectors* v, so_light_data* d) override;
+  std::int32_t EvaluateObject(std::int32_t index, float time, bool set, so_vectors* v, so_object_data* d,
+                              const zRecord* r) override;
+  void SetObjectEval(std::int32_t index, so_channel_eval fn, std::int32_t channel) override;
+  bool CameraHasTarget() override { return camera_target_ >= 0; }
+  float FrameWidth() override;
+  float FrameHeight() override;
+  void DefaultCameraVectors(so_vectors& v) override;
+  std::int32_t AddObject(soObject* object) override;
+  std::int32_t AddLight() override;
+
+  std::uint32_t LightCount() const { return static_cast<std::uint32_t>(lights_.size()); }
+
+ private:
+  // Scene-file reading (so_scene_file.cpp).
+  void parse_line(const char* line, std::int32_t handedness);
+  void load_object_layer(const char* line, std::int32_t handedness);
+  void key_pivot(const char* line);
+  void key_channel(const char* line);
+
+  so_scene_item* item_at(std::int32_t index) const;
+  so_scene_item* light_at(std::int32_t index) const;
+  // Frees items and lights and gives every object reference back.
+  void clear();
+  void key_ambient_default();
+
+  char line_[max_line_length + 2] = {};
+  char path_[max_path_length + 1] = {};
+  std::vector<soObject*> object_refs_;  // one registry count each
+  std::vector<std::unique_ptr<so_scene_item>> items_;  // parallel to object_refs_
+  std::vector<std::unique_ptr<so_scene_item>> lights_;
+  std::int32_t channel_count_ = 0;
+  std::int32_t current_channel_ = 0;
+  std::int32_t camera_target_ = -1;
+  std::unique_ptr<so_scene_item> ambient_;
+  so_scene_item* current_ = nullptr;  // item the file lines describe
+  std::unique_ptr<so_scene_item> camera_;
+  bool loaded_ = false;
+};

@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/foundation/z_file_stream.h"
+#include "scene/so_lightwave_scene.h"
+#include "tests/support/lwo_writer.h"
+#include "tests/support/scene_writer.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/test_registries.h"
+
+namespace {
+
+using so3d::test::SceneWriter;
+using so3d::test::TempDir;
+using so3d::test::TestRegistries;
+
+struct Loaded {
+  TestRegistries registries;
+  TempDir dir;
+  std::unique_ptr<soLightWaveScene> scene{
+      static_cast<soLightWaveScene*>(soScene::Factory(*registries.textures, registries.objects))};
+
+  std::int32_t Load(const std::string& text) {
+    return scene->Load(dir.Write("fx.lws", text).c_str(), so_handedness_left);
+  }
+  so_vectors Camera(float t) {
+    so_vectors v{};
+    scene->CameraVectors(t, false, &v);
+    return v;
+  }
+};
+
+}  // namespace
+
+TEST(SceneFile, MissingFileKeepsTheFactoryStateAndReportsTheStream) {
+  Loaded s;
+  EXPECT_EQ(s.scene->Load((s.dir.Path() / "none.lws").c_str(), so_handedness_left), zFileStream::kErrNotFound);
+  EXPECT_TRUE(s.scene->IsLoaded());
+  EXPECT_EQ(s.scene->LightCount(), 1u);
+  EXPECT_NE(std::string(s.scene->ScenePath()).find("none.lws"), std::string::npos);
+
+  const std::string too_long(soLightWaveScene::max_path_length + 1, 'x');
+  EXPECT_NE(s.scene->Load(too_long.c_str(), so_handedness_left), 0);
+  EXPECT_EQ(s.scene->LightCount(), 1u);
+}
+
+TEST(SceneFile, CameraLightsAndAmbient) {
+  Loaded s;
+  SceneWriter w;
+  w.Ambient(0.5f, 0.25f, 1, 0.75f).Camera().Line("TargetItem 0");
+  w.Light(1, 1, 0, 0, 2).Line("LightConeAngle 30").Line("LightType 3");  // 3: kind unchanged
+  w.Light(2, 0, 1, 0, 1).Line("LightColor 0.5");  // only red given: green and blue stay
+  ASSERT_EQ(s.Load(w.Text()), 0);
+
+  EXPECT_TRUE(s.scene->CameraHasTarget());
+  const so_vectors cam = s.Camera(1);
+  EXPECT_FLOAT_EQ(cam.pos.z, 0);  // AddCamera dropped the default key
+  EXPECT_FLOAT_EQ(cam.scale.x, 1);
+  EXPECT_FLOAT_EQ(cam.rot.y, 0);
+
+  float intensity = 0;
+  so_vector3 color{};
+  s.scene->AmbientLight(0, false, &intensity, &color);
+  EXPECT_FLOAT_EQ(color.x, 0.5f);
+  EXPECT_FLOAT_EQ(color.y, 0.25f);
+  EXPECT_FLOAT_EQ(intensity, 0.75f);
+
+  ASSERT_EQ(s.scene->LightCount(), 2u);  // the default light is gone
+  so_vectors v{};
+  so_light_data d;
+  s.scene->LightVectors(0, 0, false, &v, &d);
+  EXPECT_EQ(d.type, so_light_point);
+  EXPECT_FLOAT_EQ(d.cone_angle, 30);
+  EXPECT_FLOAT_EQ(d.intensity, 2);
+  s.scene->LightVectors(1, 0, false, &v, &d);
+  EXPECT_EQ(d.type, so_light_spot);
+  EXPECT_FLOAT_EQ(d.color[0], 0.5f);
+  EXPECT_FLOAT_EQ(d.color[1], 1);
+}
+
+TEST(SceneFile, LineRulesAndChannelKeys) {
+  Loaded s;
+  SceneWriter w;
+  w.Camera();
+  w.Line("Channel 6").Line("  { Envelope").Line("}");  // empty envelope: scale reads 0
+  w.Line("Channel 8").Line("{ Envelope").Line("Key 0.5 0 0 0 0 0 0 0 0");  // depth scale forced to 1
+  w.Line("Channel 0").Line("Envelope").Line("Key 1 0 3").Line("Key 5 2 3").Line("Key 3 2 3");  // later wins
+  w.Line("Channel 17").Line("Key 9 0 0");  // no such channel: ignored
+  w.Line("Channel 1").Line("Key 4 0 0");
+  w.Pivot(1, 2, 3);
+  w.Line("Channel 2").Line("Key 6 0 0");  // last line without a break: lost
+  ASSERT_EQ(s.Load(w.Text(false)), 0);
+
+  const so_vectors v = s.Camera(1);
+  EXPECT_FLOAT_EQ(v.scale.x, 0);
+  EXPECT_FLOAT_EQ(v.scale.z, 1);
+  EXPECT_FLOAT_EQ(v.pos.x, 2);  // LINE from 1 at 0 to 3 at 2
+  EXPECT_FLOAT_EQ(v.pos.y, 4);
+  EXPECT_FLOAT_EQ(v.pos.z, 0);
+  EXPECT_FLOAT_EQ(v.rot_off.x, -1);
+  EXPECT_FLOAT_EQ(v.rot_off.y, -2);
+  EXPECT_FLOAT_EQ(v.rot_off.z, -3);
+}
+
+TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
+  Loaded s;
+  std::string text = SceneWriter().Camera().Line("Channel 0").Line("Key 1 0 0").Text();
+  text += std::string("Key 2 0 0\n") + '\0' + "Key 3 0 0\n";
+  ASSERT_EQ(s.Load(text), 0);
+  EXPECT_FLOAT_EQ(s.Camera(0).pos.x, 2);
+
+  Loaded t;
+  std::string longer = SceneWriter().Camera().Line("Channel 0").Line("Key 1 0 0").Text();
+  longer += "Key 2 0 0 " + std::string(soLightWaveScene::max_line_length, ' ') + "\nKey 3 0 0\n";
+  ASSERT_EQ(t.Load(longer), 0);
+  EXPECT_FLOAT_EQ(t.Camera(0).pos.x, 1);
+
+  Loaded u;  // a line of exactly the longest length is still read
+  std::string fits = SceneWriter().Camera().Line("Channel 0").Text();
+  std::string key = "Key 4 0 0 ";
+  key += std::string(soLightWaveScene::max_line_length - key.size(), ' ');
+  ASSERT_EQ(u.Load(fits + key + "\n"), 0);
+  EXPECT_FLOAT_EQ(u.Camera(0).pos.x, 4);
+}
+
+TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
+  Loaded s;
+  SceneWriter w;
+  w.Line("ShowObject 7 1").Line("LightType 1").Line("Channel 0").Line("Envelope").Line("Key 5 0 0");
+  w.Line("PivotPosition 1 1 1").Line("TargetItem 0");
+  w.Object("no_such_object.lwo", 1).Channel(0, {{9, 0}});  // unresolvable: no item, lines ignored
+  ASSERT_EQ(s.Load(w.Text()), 0);
+  EXPECT_EQ(s.scene->ObjectCount(), 0u);
+  EXPECT_FALSE(s.scene->CameraHasTarget());
+  EXPECT_FLOAT_EQ(s.Camera(0).pos.z, -10);
+  EXPECT_EQ(s.scene->LightCount(), 0u);
+}
+
+TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {
+  Loaded s;
+  so3d::test::LwoWriter lwo;
+  lwo.tags({"One"}).points({{0, 0, 0}, {0, 1, 0}, {1, 1, 0}}).polygons({{0, 1, 2}}).ptag("SURF", {{0, 0}});
+  s.dir.Write("tri.lwo", lwo.bytes());
+  SceneWriter w;
+  // Stored with the authoring machine's drive and folder: found beside the
+  // scene file by its leaf.
+  w.Object("C:\\Work\\tri.lwo", 1).Channel(0, {{1, 0, 3}, {3, 2, 3}}).Pivot(0.5f, 0, 0);
+  w.Object("missing.lwo", 2);
+  w.Object("tri.lwo", 4);  // same name as written: a new registry entry
+  ASSERT_EQ(s.Load(w.Text()), 0);
+  ASSERT_EQ(s.scene->ObjectCount(), 2u);
+  so_object_data d{};
+  so_vectors v{};
+  ASSERT_EQ(s.scene->EvaluateObject(0, 1, false, &v, &d, nullptr), 0);
+  EXPECT_EQ(d.screen, 1);
+  EXPECT_FLOAT_EQ(v.pos.x, 2);
+  EXPECT_FLOAT_EQ(v.rot_off.x, -0.5f);
+  s.scene->EvaluateObject(1, 0, false, &v, &d, nullptr);
+  EXPECT_EQ(d.screen, 4);
+  EXPECT_NE(s.scene->ObjectAt(0), s.scene->ObjectAt(1));
+  EXPECT_EQ(s.scene->ObjectAt(0)->SurfaceCount(), 1);
+}
+
+TEST(SceneFile, PublicSceneFiles) {
+  SO3D_REQUIRE_LIGHTWAVE_DATA(data);
+  {
+    // The older revision: the cube loads with its keyed motion.
+    Loaded s;
+    const std::string path = (data / "LWS" / "move_x_oldformat_6.lws").string();
+    ASSERT_EQ(s.scene->Load(path.c_str(), so_handedness_left), 0);
+    ASSERT_EQ(s.scene->ObjectCount(), 1u);
+    so_vectors v{};
+    so_object_data d{};
+    const struct {
+      float time, x;
+    } keys[] = {{0.0f, 0.0f}, {0.6666667f, 2.0691125f}, {1.3333334f, -2.3748658f}};
+    for (const auto& k : keys) {
+      s.scene->EvaluateObject(0, k.time, false, &v, &d, nullptr);
+      EXPECT_NEAR(v.pos.x, k.x, 1e-4f) << "at " << k.time;
+    }
+    EXPECT_FLOAT_EQ(v.pos.y, -0.04f);
+    EXPECT_FLOAT_EQ(v.scale.x, 0.97975808f);
+    EXPECT_FLOAT_EQ(v.scale.z, 1.0f);  // depth scale always 1
+    EXPECT_EQ(d.screen, -1);
+    EXPECT_GT(s.scene->ObjectAt(0)->SurfaceCount(), 0);
+  }
+  {
+    // The later revision writes an item id before the object name: the id
+    // is taken as the name, so the object is skipped; the rest loads.
+    Loaded s;
+    const std::string path = (data / "LWS" / "move_x.lws").string();
+    ASSERT_EQ(s.scene->Load(path.c_str(), so_handedness_left), 0);
+    EXPECT_EQ(s.scene->ObjectCount(), 0u);
+    EXPECT_EQ(s.scene->LightCount(), 1u);
+    float intensity = 0;
+    so_vector3 color{};
+    s.scene->AmbientLight(0, false, &intensity, &color);
+    EXPECT_FLOAT_EQ(intensity, 0.05f);
+    EXPECT_NEAR(s.Camera(0).pos.x, -0.1f, 1e-6f);
+  }
+}
