@@ -1,0 +1,185 @@
+// Steady frames allocate nothing: every global operator new of this
+// program is counted while frames are drawn.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "platform/foundation/z_record.h"
+#include "render/so_d3d_scene_renderer.h"
+#include "scene/so_object_settings.h"
+#include "tests/render/render_fixtures.h"
+#include "tests/support/scene_writer.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+std::atomic<bool> counting{false};
+std::atomic<long> allocations{0};
+
+void* allocate(std::size_t size) noexcept {
+  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
+  return std::malloc(size ? size : 1);
+}
+
+void* allocate_aligned(std::size_t size, std::align_val_t align) noexcept {
+  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
+  const auto a = static_cast<std::size_t>(align);
+  return std::aligned_alloc(a, (size + a - 1) / a * a);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (void* p = allocate(size)) return p;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new(std::size_t size, std::align_val_t align) {
+  if (void* p = allocate_aligned(size, align)) return p;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size, std::align_val_t align) { return operator new(size, align); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+
+namespace {
+
+using namespace so3d::test;
+
+// A device that keeps only the transforms and allocates nothing.
+class QuietDevice final : public IDirect3DDevice9 {
+ public:
+  ULONG AddRef() override { return 1; }
+  ULONG Release() override { return 1; }
+  HRESULT BeginScene() override { return D3D_OK; }
+  HRESULT EndScene() override { return D3D_OK; }
+  HRESULT Clear(DWORD, const D3DRECT*, DWORD, D3DCOLOR, float, DWORD) override { return D3D_OK; }
+  HRESULT CreateTexture(UINT, UINT, UINT, DWORD, D3DFORMAT, D3DPOOL, IDirect3DTexture9**, HANDLE*) override {
+    return E_FAIL;
+  }
+  HRESULT CreateVertexBuffer(UINT, DWORD, DWORD, D3DPOOL, IDirect3DVertexBuffer9**, HANDLE*) override {
+    return E_FAIL;
+  }
+  HRESULT SetTransform(D3DTRANSFORMSTATETYPE state, const D3DMATRIX* m) override {
+    ++sets;
+    slot(state) = *m;
+    return D3D_OK;
+  }
+  HRESULT GetTransform(D3DTRANSFORMSTATETYPE state, D3DMATRIX* m) override {
+    *m = slot(state);
+    return D3D_OK;
+  }
+  HRESULT SetMaterial(const D3DMATERIAL9*) override { return D3D_OK; }
+  HRESULT SetRenderState(D3DRENDERSTATETYPE, DWORD) override { return D3D_OK; }
+  HRESULT SetTexture(DWORD, IDirect3DBaseTexture9*) override { return D3D_OK; }
+  HRESULT SetTextureStageState(DWORD, D3DTEXTURESTAGESTATETYPE, DWORD) override { return D3D_OK; }
+  HRESULT SetSamplerState(DWORD, D3DSAMPLERSTATETYPE, DWORD) override { return D3D_OK; }
+  HRESULT DrawPrimitive(D3DPRIMITIVETYPE, UINT, UINT) override { return D3D_OK; }
+  HRESULT SetFVF(DWORD) override { return D3D_OK; }
+  HRESULT SetVertexShader(IDirect3DVertexShader9*) override { return D3D_OK; }
+  HRESULT SetStreamSource(UINT, IDirect3DVertexBuffer9*, UINT, UINT) override { return D3D_OK; }
+
+  long sets = 0;
+
+ private:
+  D3DMATRIX& slot(D3DTRANSFORMSTATETYPE state) {
+    return transforms[state == D3DTS_WORLD ? 0 : state == D3DTS_VIEW ? 1 : 2];
+  }
+  std::array<D3DMATRIX, 3> transforms{};
+};
+
+class ProbeRenderer : public soD3DSceneRenderer {
+ public:
+  using soD3DSceneRenderer::soD3DSceneRenderer;
+  using soD3DSceneRenderer::depth_sort_capacity;
+};
+
+class SteadyFrames : public ::testing::Test {
+ protected:
+  QuietDevice device;
+  RecordingRegistries r;
+  TempDir dir;
+  ProbeRenderer renderer{&device};
+  zRecord moved, faded;
+  so_screen_data frame[3] = {{1, 1, &moved, 0}, {2, 2, &faded, 0}, {2, 2, nullptr, 0}};
+
+  void SetUp() override {
+    dir.Write("quad.lwo", QuadObject());
+    moved.SetFloatPoint(so_id_pos, {0.5f, 0.25f});
+    faded.SetFloat(so_id_trans, 0.5f);
+    renderer.Initalize(720, 480);
+    renderer.UpdateProjectionSize(720, 480);
+  }
+  // Six animated objects over screens 0-2, so the drawing order outgrows
+  // its inline room on the first frame.
+  std::unique_ptr<soScene> Load(const std::string& name, float sign) {
+    SceneWriter w;
+    for (int i = 0; i < 6; ++i) {
+      w.Object("quad.lwo", i % 3).Channel(0, {{sign * float(i), 0}, {-sign * float(i), 2}, {0, 4}});
+      w.Channel(5, {{0, 0}, {sign, 3}});
+    }
+    auto scene = r.NewScene();
+    EXPECT_EQ(scene->Load(dir.Write(name, w.Text()).c_str(), so_handedness_left), 0);
+    return scene;
+  }
+  // Draws frame 0, then counts the allocations of frames 1-100.
+  long CountSteadyFrames(soScene& scene, std::uint32_t flags) {
+    r.log.draws.reserve(20000);
+    renderer.Draw(&scene, frame, 3, 0, 2, flags, nullptr, 0, nullptr);
+    const std::uint32_t capacity = renderer.depth_sort_capacity();
+    allocations = 0;
+    counting = true;
+    for (int i = 1; i <= 100; ++i) renderer.Draw(&scene, frame, 3, float(i) * 0.02f, 2, flags, nullptr, 0, nullptr);
+    counting = false;
+    EXPECT_EQ(renderer.depth_sort_capacity(), capacity);
+    return allocations.load();
+  }
+};
+
+TEST_F(SteadyFrames, CounterSeesTheLibrarysAllocations) {
+  allocations = 0;
+  counting = true;
+  auto a = Load("a.lws", 1);
+  counting = false;
+  EXPECT_GT(allocations.load(), 0);
+}
+
+TEST_F(SteadyFrames, InterpolatedTransitionAllocatesNothing) {
+  auto a = Load("a.lws", 1);
+  auto b = Load("b.lws", -1);
+  so_screen_data table[] = {{0, 0, nullptr, 0}, {1, 1, &moved, 0}, {2, 2, &faded, 0}};
+  auto t = r.NewScene();
+  t->Interpolate(a.get(), table, 3, 0.5f, b.get(), table, 3, 1.5f);
+  ASSERT_GT(t->ObjectCount(), 4u);
+  EXPECT_EQ(CountSteadyFrames(*t, 0), 0);
+  EXPECT_EQ(r.log.draws.size(), 101 * t->ObjectCount()) << "every object drawn every frame";
+}
+
+TEST_F(SteadyFrames, LoadedSceneWithRecordsAllocatesNothing) {
+  auto a = Load("a.lws", 1);
+  EXPECT_EQ(CountSteadyFrames(*a, 0), 0);
+  EXPECT_EQ(renderer.depth_sort_capacity(), 8u);
+}
+
+TEST_F(SteadyFrames, SubSceneTransitionAllocatesNothing) {
+  auto a = Load("a.lws", 1);
+  auto b = Load("b.lws", -1);
+  auto t = Load("t.lws", 1);  // objects on screens 0 and 1 carry A and B
+  t->AddSubScene(a.get(), nullptr, 0, 0.25f, b.get(), nullptr, 0, 0.5f);
+  EXPECT_EQ(CountSteadyFrames(*t, 0x6), 0);
+  EXPECT_GT(r.log.draws.size(), 100u * 6);
+}
+
+}  // namespace
