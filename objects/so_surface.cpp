@@ -5,6 +5,8 @@
 #include <memory>
 #include <new>
 
+#include "platform/memory/large_blocks.h"
+
 namespace {
 
 constexpr std::size_t kVertexAlignment = 32;
@@ -65,7 +67,11 @@ bool so_surface_allocate_geometry(so_surface& surface, std::int32_t capacity) {
   const auto count = static_cast<std::size_t>(capacity);
   surface.vertices = static_cast<so_vector3*>(std::calloc(count, sizeof(so_vector3)));
   surface.normals = static_cast<so_vector3*>(std::calloc(count, sizeof(so_vector3)));
-  if (surface.vertices != nullptr && surface.normals != nullptr) return true;
+  if (surface.vertices != nullptr && surface.normals != nullptr) {
+    so3d::advise_large_block(surface.vertices, count * sizeof(so_vector3));
+    so3d::advise_large_block(surface.normals, count * sizeof(so_vector3));
+    return true;
+  }
   std::free(surface.vertices);
   std::free(surface.normals);
   surface.vertices = nullptr;
@@ -91,6 +97,7 @@ bool so_surface_build_interleaved(so_surface& surface) {
   std::size_t space = static_cast<std::size_t>(count) * sizeof(so_interleaved_vertex) + kBlockSlack;
   void* block = std::calloc(1, space);
   if (block == nullptr) return false;
+  so3d::advise_large_block(block, space);
   const InterleavedHeader header{kInterleavedTag, count};
   std::memcpy(block, &header, sizeof header);
 

@@ -1,6 +1,7 @@
 #include <cstdlib>
 
 #include "objects/so_object.h"
+#include "platform/memory/large_blocks.h"
 
 namespace {
 
@@ -15,7 +16,9 @@ constexpr float kBoundsMaxStart = -100000.0f;
 bool reserve_uv(so_texcoord_set& set, std::int32_t count) {
   if (count == 0 || (set.uv != nullptr && count <= set.count)) return true;
   std::free(set.uv);
-  set.uv = static_cast<so_uv*>(std::malloc(static_cast<std::size_t>(count) * sizeof(so_uv)));
+  const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(so_uv);
+  set.uv = static_cast<so_uv*>(std::malloc(bytes));
+  so3d::advise_large_block(set.uv, bytes);
   return set.uv != nullptr;
 }
 
