@@ -34,6 +34,32 @@ bool read_bounds(reader& r, so_lwo_layer& layer, std::uint32_t size);
 // VMAP (per point) and VMAD (per polygon corner).
 bool read_vertex_map(reader& r, so_lwo_layer& layer, std::uint32_t size, bool per_polygon);
 
+// Walks the chunks of a form whose 12-byte header has just been read, up to
+// `form_size` bytes after the form's size field. For each chunk,
+// `handle(id, size)` reads its data (size rounded to even, never more than
+// the file holds) and returns false to fail the walk.
+template <class Handler>
+bool walk_chunks(reader& r, std::uint32_t form_size, Handler&& handle) {
+  r.bytes_read = 0;
+  std::uint32_t chunk = read_u4(r);
+  std::uint64_t size = read_u4(r);
+  if (r.failed()) return false;
+  for (;;) {
+    size = round_even(size);
+    // A chunk that claims more than the file holds is malformed.
+    if (size > r.remaining()) return false;
+    if (!handle(chunk, static_cast<std::uint32_t>(size)) || r.failed()) return false;
+    if (form_size <= r.position - 8) return true;
+    r.bytes_read = 0;
+    chunk = read_u4(r);
+    size = read_u4(r);
+    if (r.bytes_read != 8) return false;
+  }
+}
+
+// Appends an envelope to the file's list, linked after the last one.
+void append_envelope(so_lwo_file& file, std::unique_ptr<so_envelope> envelope);
+
 // Tag-to-surface bindings kept across the layers of one file, so that every
 // tag gets at most one surface however many layers use it.
 struct surface_binding {

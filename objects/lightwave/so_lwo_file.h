@@ -42,7 +42,7 @@ struct so_lwo_polygon {
   std::uint32_t kind = 0;  // form of its POLS chunk, e.g. FACE
   float normal[3] = {0, 0, 0};  // unit, or zero when degenerate or < 3 corners
   std::uint16_t flags = 0;  // top six bits of the count word, in place
-  std::uint16_t corner_count = 0;  // 0 .. 1023
+  std::uint16_t corner_count = 0;  // 0 .. 1023 (LWO2), 0 .. 65535 (LWOB)
   std::int32_t corner_first = 0;  // first of its corners in the layer's corners
 };
 

@@ -2,6 +2,7 @@
 // step is linear in the layer's points, corners and map records, apart from
 // the corner-normal sums (each corner visits the polygons of its point) and
 // the corner lookup of per-polygon map records (at most 1023 corners each).
+#include <algorithm>
 #include <cmath>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -221,8 +222,10 @@ void smooth_corner_normals(const so_lwo_file& file, so_lwo_layer& layer) {
   limits.reserve(file.surfaces.size());
   for (const auto& s : file.surfaces) limits.emplace_back(s->smoothing_angle);
 
-  // Sums of one polygon's corners (at most 1023), normalised together.
-  float sx[1024], sy[1024], sz[1024];
+  // Corner sums, normalised together a batch at a time (older-form polygons
+  // may have up to 65535 corners).
+  constexpr std::size_t batch = 1024;
+  float sx[batch], sy[batch], sz[batch];
   const std::int32_t polygon_total = static_cast<std::int32_t>(layer.polygons.size());
   for (std::int32_t j = 0; j < polygon_total; ++j) {
     const so_lwo_polygon& polygon = layer.polygons[j];
@@ -238,27 +241,31 @@ void smooth_corner_normals(const so_lwo_file& file, so_lwo_layer& layer) {
       }
       continue;
     }
-    for (std::uint16_t k = 0; k < count; ++k) {
-      float x = n[0], y = n[1], z = n[2];
-      for (std::int32_t h : so_lwo_point_polygons(layer, corners[k].point)) {
-        if (h == j) continue;
-        const so_lwo_polygon& other = layer.polygons[h];
-        if (other.smoothing_group != polygon.smoothing_group) continue;
-        const float* m = other.normal;
-        if (!limit.within(n[0] * m[0] + n[1] * m[1] + n[2] * m[2])) continue;
-        x += m[0];
-        y += m[1];
-        z += m[2];
+    for (std::size_t first = 0; first < count; first += batch) {
+      so_lwo_corner* run = corners + first;
+      const std::size_t run_count = std::min<std::size_t>(batch, count - first);
+      for (std::size_t k = 0; k < run_count; ++k) {
+        float x = n[0], y = n[1], z = n[2];
+        for (std::int32_t h : so_lwo_point_polygons(layer, run[k].point)) {
+          if (h == j) continue;
+          const so_lwo_polygon& other = layer.polygons[h];
+          if (other.smoothing_group != polygon.smoothing_group) continue;
+          const float* m = other.normal;
+          if (!limit.within(n[0] * m[0] + n[1] * m[1] + n[2] * m[2])) continue;
+          x += m[0];
+          y += m[1];
+          z += m[2];
+        }
+        sx[k] = x;
+        sy[k] = y;
+        sz[k] = z;
       }
-      sx[k] = x;
-      sy[k] = y;
-      sz[k] = z;
-    }
-    normalise_all(sx, sy, sz, count);
-    for (std::uint16_t k = 0; k < count; ++k) {
-      corners[k].normal[0] = sx[k];
-      corners[k].normal[1] = sy[k];
-      corners[k].normal[2] = sz[k];
+      normalise_all(sx, sy, sz, run_count);
+      for (std::size_t k = 0; k < run_count; ++k) {
+        run[k].normal[0] = sx[k];
+        run[k].normal[1] = sy[k];
+        run[k].normal[2] = sz[k];
+      }
     }
   }
 }

@@ -11,12 +11,6 @@ namespace {
 
 constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
-// Closes the file however the load ends.
-struct reader_guard {
-  reader& r;
-  ~reader_guard() { close_reader(r); }
-};
-
 bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_t chunk, std::uint32_t size) {
   switch (chunk) {
     case id("LAYR"): return read_layer(r, file, layer, size);
@@ -44,13 +38,7 @@ bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_
     case id("ENVL"): {
       auto envelope = read_envelope(r, size);
       if (!envelope) return false;
-      so_envelope* added = envelope.get();
-      if (!file.envelopes.empty()) {
-        added->prev = file.envelopes.back().get();
-        added->prev->next = added;
-      }
-      file.envelopes.push_back(std::move(envelope));
-      file.envelope_count = static_cast<std::int32_t>(file.envelopes.size());
+      append_envelope(file, std::move(envelope));
       return true;
     }
     default:
@@ -65,21 +53,10 @@ std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
   file->layers.push_back(std::make_unique<so_lwo_layer>());
   so_lwo_layer* layer = file->layers.front().get();
 
-  r.bytes_read = 0;
-  std::uint32_t chunk = read_u4(r);
-  std::uint64_t size = read_u4(r);
-  if (r.failed()) return nullptr;
-  for (;;) {
-    size = round_even(size);
-    // A chunk that claims more than the file holds is malformed.
-    if (size > r.remaining()) return nullptr;
-    if (!read_chunk(r, *file, layer, chunk, static_cast<std::uint32_t>(size)) || r.failed()) return nullptr;
-    if (form_size <= r.position - 8) break;
-    r.bytes_read = 0;
-    chunk = read_u4(r);
-    size = read_u4(r);
-    if (r.bytes_read != 8) return nullptr;
-  }
+  const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
+    return read_chunk(r, *file, layer, chunk, size);
+  });
+  if (!read) return nullptr;
   close_reader(r);
   if (file->layer_count == 0) file->layer_count = 1;
 
@@ -91,6 +68,17 @@ std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
 }
 
 }  // namespace
+
+void append_envelope(so_lwo_file& file, std::unique_ptr<so_envelope> envelope) {
+  so_envelope* added = envelope.get();
+  so_envelope* last = file.envelopes.empty() ? nullptr : file.envelopes.back().get();
+  file.envelopes.push_back(std::move(envelope));  // may throw: link only once stored
+  if (last) {
+    added->prev = last;
+    last->next = added;
+  }
+  file.envelope_count = static_cast<std::int32_t>(file.envelopes.size());
+}
 
 }  // namespace so3d::lwo
 

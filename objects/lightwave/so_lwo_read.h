@@ -36,6 +36,12 @@ struct reader {
 bool open_reader(reader& r, const char* path);
 void close_reader(reader& r);
 
+// Closes the reader's file however a load ends.
+struct reader_guard {
+  reader& r;
+  ~reader_guard() { close_reader(r); }
+};
+
 // An owned block of bytes, left uninitialised until read.
 struct block {
   std::unique_ptr<std::uint8_t[]> data;

@@ -1,5 +1,5 @@
-// Every public LWO2 object loads, and what it holds agrees with counts taken
-// by a separate, deliberately plain walk over the file's chunks.
+// Every public object loads, and what it holds agrees with counts taken by a
+// separate, deliberately plain walk over the file's chunks.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -116,7 +116,7 @@ TEST(LightWaveCorpus, EveryLwo2ObjectLoadsWithTheCountsItDeclares) {
     std::ifstream in(entry.path(), std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (bytes.size() < 12 || bytes.compare(8, 4, "LWO2") != 0) {
-      // Other forms load or fail, but cleanly.
+      // Older-form objects are checked below; other forms fail, but cleanly.
       so_lwo_release(so_lwo_load(entry.path().c_str()));
       continue;
     }
@@ -141,6 +141,92 @@ TEST(LightWaveCorpus, EveryLwo2ObjectLoadsWithTheCountsItDeclares) {
     for (std::size_t i = 0; i < e.surf_names.size(); ++i) EXPECT_EQ(file->surfaces[i]->name, e.surf_names[i]);
   }
   EXPECT_GT(checked, 20);
+}
+
+struct ExpectedOlder {
+  std::size_t points = 0;
+  std::size_t polygons = 0;
+  std::vector<std::string> names;  // SRFS
+  std::vector<std::string> surf_names;
+  std::set<std::string> used_names;  // of polygons
+  std::size_t clips = 0;      // RIMG, and TIMG after a texture
+  std::size_t envelopes = 0;  // three per TVEL after a texture
+};
+
+ExpectedOlder WalkOlder(const std::string& s) {
+  ExpectedOlder e;
+  std::vector<int> surface_numbers;
+  const std::size_t end = 8 + Be(s, 4, 4);
+  for (std::size_t at = 12; at + 8 <= end;) {
+    const std::string id = s.substr(at, 4);
+    const std::size_t size = Be(s, at + 4, 4);
+    const std::size_t data = at + 8;
+    if (id == "PNTS") {
+      e.points += size / 12;
+    } else if (id == "POLS") {
+      for (std::size_t p = data; p < data + size; ++e.polygons) {
+        p += 2 + 2 * Be(s, p, 2);
+        const int number = static_cast<std::int16_t>(Be(s, p, 2));
+        p += number < 0 ? 4 : 2;
+        surface_numbers.push_back(number < 0 ? -number : number);
+      }
+    } else if (id == "SRFS") {
+      for (std::size_t p = data; p < data + size;) {
+        e.names.push_back(s.c_str() + p);
+        p += (e.names.back().size() + 2) & ~std::size_t{1};
+      }
+    } else if (id == "SURF") {
+      e.surf_names.push_back(s.c_str() + data);
+      bool texture = false;
+      for (std::size_t p = data + ((e.surf_names.back().size() + 2) & ~std::size_t{1}); p + 6 <= data + size;) {
+        const std::string sub = s.substr(p, 4);
+        texture |= sub.size() == 4 && sub.substr(1) == "TEX";
+        e.clips += sub == "RIMG" || (texture && sub == "TIMG");
+        e.envelopes += texture && sub == "TVEL" ? 3 : 0;
+        const std::size_t sub_size = Be(s, p + 4, 2);
+        p += 6 + sub_size + (sub_size & 1);
+      }
+    }
+    at = data + size + (size & 1);
+  }
+  for (int n : surface_numbers) e.used_names.insert(e.names.at(static_cast<std::size_t>(n - 1)));
+  return e;
+}
+
+TEST(LightWaveCorpus, EveryOlderFormObjectLoadsWithTheCountsItDeclares) {
+  SO3D_REQUIRE_LIGHTWAVE_DATA(root);
+  int checked = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (!entry.is_regular_file() || entry.path().extension() != ".lwo") continue;
+    std::ifstream in(entry.path(), std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (bytes.size() < 12 || bytes.compare(8, 4, "LWOB") != 0) continue;
+    SCOPED_TRACE(entry.path().string());
+    ++checked;
+
+    const ExpectedOlder e = WalkOlder(bytes);
+    LwoFilePtr file(so_lwo_load(entry.path().c_str()));
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(file->layers.size(), 1u);
+    EXPECT_EQ(file->layer_count, 1);
+    const so_lwo_layer& layer = *file->layers[0];
+    EXPECT_EQ(layer.points.size(), e.points);
+    EXPECT_EQ(layer.polygons.size(), e.polygons);
+    EXPECT_EQ(file->tags.names, e.names);
+    std::size_t defaults = 0;
+    const std::set<std::string> defined(e.surf_names.begin(), e.surf_names.end());
+    for (const std::string& name : e.used_names) defaults += defined.count(name) == 0;
+    ASSERT_EQ(file->surfaces.size(), e.surf_names.size() + defaults);
+    for (std::size_t i = 0; i < e.surf_names.size(); ++i) EXPECT_EQ(file->surfaces[i]->name, e.surf_names[i]);
+    for (const so_lwo_polygon& p : layer.polygons) {
+      EXPECT_EQ(p.kind, zFourCC("FACE"));
+      ASSERT_LT(static_cast<std::size_t>(p.surface), file->surfaces.size());
+    }
+    EXPECT_EQ(layer.point_polygons.size(), layer.corners.size());
+    EXPECT_EQ(file->clips.size(), e.clips);
+    EXPECT_EQ(file->envelopes.size(), e.envelopes);
+  }
+  EXPECT_GE(checked, 3);
 }
 
 }  // namespace

@@ -159,4 +159,47 @@ std::vector<std::size_t> LwoWriter::chunk_ends() const {
   return out;
 }
 
+namespace {
+
+void write_lwob_polygon(IffBytes& b, const LwobPolygon& polygon) {
+  b.u2(static_cast<std::uint16_t>(polygon.points.size()));
+  for (std::uint16_t i : polygon.points) b.u2(i);
+  b.u2(static_cast<std::uint16_t>(polygon.surface));
+  if (polygon.surface >= 0) return;
+  b.u2(static_cast<std::uint16_t>(polygon.details.size()));
+  for (const LwobPolygon& detail : polygon.details) write_lwob_polygon(b, detail);
+}
+
+}  // namespace
+
+LwobWriter& LwobWriter::chunk(std::string_view four, const std::function<void(IffBytes&)>& body,
+                              std::optional<std::uint32_t> declared) {
+  form_.chunk(four, body, declared);
+  return *this;
+}
+
+LwobWriter& LwobWriter::srfs(const std::vector<std::string>& names) {
+  return chunk("SRFS", [&](IffBytes& b) {
+    for (const std::string& n : names) b.str(n);
+  });
+}
+
+LwobWriter& LwobWriter::points(const std::vector<Vec3>& points) {
+  form_.points(points);
+  return *this;
+}
+
+LwobWriter& LwobWriter::polygons(const std::vector<LwobPolygon>& polygons) {
+  return chunk("POLS", [&](IffBytes& b) {
+    for (const LwobPolygon& polygon : polygons) write_lwob_polygon(b, polygon);
+  });
+}
+
+LwobWriter& LwobWriter::surface(std::string_view name, const std::function<void(IffBytes&)>& body) {
+  return chunk("SURF", [&](IffBytes& b) {
+    b.str(name);
+    if (body) body(b);
+  });
+}
+
 }  // namespace so3d::test

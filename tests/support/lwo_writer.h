@@ -94,4 +94,31 @@ class LwoWriter {
   std::vector<std::size_t> ends_;  // within body_
 };
 
+// One polygon of an LWOB POLS chunk. `surface` (counting from 1) is written
+// as given; a negative one is followed by the count of `details` and then
+// their records.
+struct LwobPolygon {
+  std::vector<std::uint16_t> points;
+  std::int16_t surface = 1;
+  std::vector<LwobPolygon> details;
+};
+
+// The older form: one layer, surface names in SRFS, 16-bit point indexes,
+// and SURF chunks with a name only (their sub-chunks are the body's).
+class LwobWriter {
+ public:
+  LwobWriter& srfs(const std::vector<std::string>& names);
+  LwobWriter& points(const std::vector<Vec3>& points);
+  LwobWriter& polygons(const std::vector<LwobPolygon>& polygons);
+  LwobWriter& surface(std::string_view name, const std::function<void(IffBytes&)>& body = {});
+  LwobWriter& chunk(std::string_view four, const std::function<void(IffBytes&)>& body,
+                    std::optional<std::uint32_t> declared = {});
+
+  std::string bytes(std::optional<std::uint32_t> form_size = {}) const { return form_.bytes(form_size); }
+  std::vector<std::size_t> chunk_ends() const { return form_.chunk_ends(); }
+
+ private:
+  LwoWriter form_{"LWOB"};
+};
+
 }  // namespace so3d::test
