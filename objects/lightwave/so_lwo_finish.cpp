@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "objects/lightwave/so_lwo_chunks.h"
+#include "platform/memory/large_blocks.h"
 
 namespace so3d::lwo {
 
@@ -93,7 +94,7 @@ bool build_point_polygons(so_lwo_layer& layer) {
     p.polygon_count = 0;  // counts again while filling below
   }
   layer.point_polygons.reserve(static_cast<std::size_t>(first));
-  advise_large(layer.point_polygons.data(), static_cast<std::size_t>(first) * sizeof(std::int32_t));
+  so3d::advise_large_block(layer.point_polygons.data(), static_cast<std::size_t>(first) * sizeof(std::int32_t));
   layer.point_polygons.resize(static_cast<std::size_t>(first));
   const std::int32_t polygon_total = static_cast<std::int32_t>(layer.polygons.size());
   for (std::int32_t j = 0; j < polygon_total; ++j) {

@@ -6,6 +6,7 @@
 
 #include "objects/lightwave/so_lwo_chunks.h"
 #include "platform/foundation/z_types.h"
+#include "platform/memory/large_blocks.h"
 
 namespace so3d::lwo {
 
@@ -73,7 +74,7 @@ bool read_points(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   if (r.failed()) return false;
   layer.points_offset = static_cast<std::int32_t>(old);
   layer.points.reserve(old + n);
-  advise_large(layer.points.data(), layer.points.capacity() * sizeof(so_lwo_point));
+  so3d::advise_large_block(layer.points.data(), layer.points.capacity() * sizeof(so_lwo_point));
   const std::uint8_t* p = data.begin();
   for (std::size_t i = 0; i < n; ++i, p += 12) {
     so_lwo_point point;
@@ -118,8 +119,8 @@ bool read_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   // Records are appended whole, so nothing is written twice.
   layer.polygons.reserve(old_polygons + polygon_total);
   layer.corners.reserve(old_corners + corner_total);
-  advise_large(layer.polygons.data(), layer.polygons.capacity() * sizeof(so_lwo_polygon));
-  advise_large(layer.corners.data(), layer.corners.capacity() * sizeof(so_lwo_corner));
+  so3d::advise_large_block(layer.polygons.data(), layer.polygons.capacity() * sizeof(so_lwo_polygon));
+  so3d::advise_large_block(layer.corners.data(), layer.corners.capacity() * sizeof(so_lwo_corner));
   layer.polygons_offset = static_cast<std::int32_t>(old_polygons);
   layer.corners_offset = static_cast<std::int32_t>(old_corners);
 

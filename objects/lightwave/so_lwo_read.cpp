@@ -5,10 +5,8 @@
 #include <new>
 
 #include "module/so_module.h"
+#include "platform/memory/large_blocks.h"
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
 
 namespace so3d::lwo {
 
@@ -56,19 +54,6 @@ bool read_exact(reader& r, void* out, std::size_t n) {
 }
 
 }  // namespace
-
-void advise_large(const void* data, std::size_t bytes) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-  constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
-  if (bytes < 2 * page) return;
-  const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(data) + page - 1) & ~(page - 1);
-  const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(data) + bytes) & ~(page - 1);
-  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#else
-  (void)data;
-  (void)bytes;
-#endif
-}
 
 float load_f4(const std::uint8_t* p) { return std::bit_cast<float>(load_u4(p)); }
 
@@ -138,7 +123,7 @@ block read_block(reader& r, std::int64_t size) {
     return out;
   }
   out.size = static_cast<std::size_t>(size);
-  advise_large(out.data.get(), out.size);
+  so3d::advise_large_block(out.data.get(), out.size);
   if (!read_exact(r, out.data.get(), out.size)) return block{};
   return out;
 }

@@ -93,10 +93,6 @@ inline std::uint32_t load_u4(const std::uint8_t* p) {
 }
 float load_f4(const std::uint8_t* p);
 
-// Asks for large pages behind a big array that is about to be filled, which
-// saves most of the page faults of its first touch. Only a hint.
-void advise_large(const void* data, std::size_t bytes);
-
 // IFF sizes are padded to even.
 inline std::uint64_t round_even(std::uint64_t size) { return size + (size & 1u); }
 
