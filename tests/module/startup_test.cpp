@@ -32,11 +32,8 @@ TEST(ModuleStartup, LoadedThenBootedThenShutDown) {
   EXPECT_EQ(so_fopen, &zFileStream::os_fopen);
   EXPECT_EQ(zStringID::Default()->Name(static_cast<std::int32_t>(so_id_border_decor)), "border_decor");
   EXPECT_EQ(zStringID::Default()->Name(0x736F426C), "obj_build_in_out");
-  EXPECT_EQ(zStringID::Default()->Name(0x736F4650), "obj_scroll_pos");
-  EXPECT_EQ(zStringID::Default()->Name(0x736F4352), "obj_crop_rect");
 
   soModule::Shutdown();
   EXPECT_EQ(so_fopen, &zFileStream::os_fopen);
-  EXPECT_FLOAT_EQ(soFrameWidth, 7.2f);
   EXPECT_EQ(so_open_for_reading((dir.Path() / "missing").c_str()), nullptr);
 }

@@ -8,11 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/foundation/z_record.h"
 #include "render/so_d3d_scene_renderer.h"
 #include "render/so_d3d_utils.h"
 #include "scene/so_lightwave_scene.h"
-#include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
 #include "tests/support/scene_writer.h"
 #include "tests/support/temp_dir.h"
@@ -21,22 +19,10 @@ namespace {
 
 using namespace so3d::test;
 
-constexpr float pi = std::numbers::pi_v<float>;
-
-void ExpectPointNear(so_vector3 actual, so_vector3 expected) {
-  EXPECT_NEAR(actual.x, expected.x, 1e-5f);
-  EXPECT_NEAR(actual.y, expected.y, 1e-5f);
-  EXPECT_NEAR(actual.z, expected.z, 1e-5f);
-}
-
-void ExpectMatrixNear(const D3DMATRIX& actual, const D3DMATRIX& expected, float tolerance = 1e-5f) {
-  for (int i = 0; i < 4; ++i)
-    for (int j = 0; j < 4; ++j) EXPECT_NEAR(actual.m[i][j], expected.m[i][j], tolerance) << i << ", " << j;
-}
-
-D3DXMATRIX Identity() {
-  D3DXMATRIX m;
-  return *D3DXMatrixIdentity(&m);
+void ExpectPointNear(so_vector3 actual, so_vector3 expected, float tolerance = 1e-5f) {
+  EXPECT_NEAR(actual.x, expected.x, tolerance);
+  EXPECT_NEAR(actual.y, expected.y, tolerance);
+  EXPECT_NEAR(actual.z, expected.z, tolerance);
 }
 
 D3DXMATRIX World(const so_vectors& v) {
@@ -46,26 +32,18 @@ D3DXMATRIX World(const so_vectors& v) {
 }
 
 TEST(TransformToD3DMatrix, ScalesThenOffsetsThenTurnsThenMoves) {
+  constexpr float pi = std::numbers::pi_v<float>;
   so_vectors v = so_default_vectors();
-  ExpectMatrixNear(World(v), Identity());
-  v.pos = {1, 2, 3};
-  EXPECT_EQ(World(v).m[3][0], 1);
-  EXPECT_EQ(World(v).m[3][1], 2);
-  EXPECT_EQ(World(v).m[3][2], 3);
-  EXPECT_EQ(World(v).m[3][3], 1);
-
-  // All together: scale, offset, bank, pitch, heading, move, in that order;
-  // opacity and crop play no part.
-  v = so_default_vectors();
   v.scale = {2, 3, 4};
   v.rot_off = {0, 1, 0};
   v.rot = {pi / 2, pi / 2, pi / 2};  // pitch, heading, bank
   v.pos = {10, 20, 30};
-  v.trans = 0.25f;
+  v.trans = 0.25f;  // opacity and crop play no part
   v.crop = {1, 2, 3, 4};
   // (1, 0, 0) → (2, 0, 0) → (2, 1, 0) → bank (−1, 2, 0) → pitch (−1, 0, 2)
   // → heading (2, 0, 1) → (12, 20, 31).
   ExpectPointNear(TransformPoint(World(v), {1, 0, 0}), {12, 20, 31});
+  EXPECT_EQ(World(v).m[3][3], 1);
 }
 
 class Renderer : public ::testing::Test {
@@ -79,20 +57,20 @@ class Renderer : public ::testing::Test {
     r.log.device = &device;
     dir.Write("quad.lwo", QuadObject());
   }
-  std::unique_ptr<soScene> Load(const SceneWriter& w, const std::string& name = "s.lws") {
-    auto scene = r.NewScene();
-    EXPECT_EQ(scene->Load(dir.Write(name, w.Text()).c_str(), so_handedness_left), 0);
+  template <class Scene = soLightWaveScene>
+  std::unique_ptr<Scene> Load(const SceneWriter& w) {
+    auto scene = std::make_unique<Scene>(*r.textures, r.objects);
+    EXPECT_EQ(scene->Load(dir.Write("s.lws", w.Text()).c_str(), so_handedness_left), 0);
     return scene;
   }
   // Objects on screen 1 at x = 0, 1, 2, ….
-  std::unique_ptr<soScene> Row(int count) {
+  static SceneWriter Row(int count) {
     SceneWriter w;
     for (int i = 0; i < count; ++i) w.Object("quad.lwo", 1).Place(float(i), 0, 0);
-    return Load(w);
+    return w;
   }
-  void DrawAt(soScene* scene, float time, const so_screen_data* screens = nullptr, std::int32_t count = 0,
-              std::uint32_t flags = 0, void* view = nullptr) {
-    renderer.Draw(scene, screens, count, time, 2, flags, nullptr, 0, view);
+  void DrawAt(soScene* scene, void* view = nullptr, soXIDrawingFunctions* functions = nullptr) {
+    renderer.Draw(scene, nullptr, 0, 1.5f, 2, 0, functions, 0, view);
   }
   std::vector<float> DrawnX() const {
     std::vector<float> x;
@@ -103,31 +81,23 @@ class Renderer : public ::testing::Test {
 
 TEST_F(Renderer, InitalizeSetsTheFixedPipelineInOrder) {
   renderer.Initalize(720, 480);
-  EXPECT_EQ(device.Log(), (std::vector<std::string>{
-                              "SetRenderState(137, 1)",          "SetRenderState(22, 1)",
-                              "SetRenderState(26, 0)",           "SetRenderState(29, 1)",
-                              "SetRenderState(27, 0)",           "SetVertexShader(null)",
-                              "SetSamplerState(0, 6, 2)",        "SetSamplerState(0, 5, 2)",
-                              "SetSamplerState(0, 1, 3)",        "SetSamplerState(0, 2, 3)",
-                              "SetRenderState(145, 0)",          "SetTextureStageState(0, 1, 4)",
-                              "SetTextureStageState(0, 2, 2)",   "SetTextureStageState(0, 3, 0)",
-                              "SetTextureStageState(0, 4, 4)",   "SetTextureStageState(1, 1, 4)",
-                              "SetTextureStageState(1, 2, 2)",   "SetTextureStageState(1, 3, 1)",
-                              "SetTextureStageState(1, 4, 4)",   "SetTextureStageState(1, 5, 2)",
-                              "SetTextureStageState(1, 6, 1)"}));
+  EXPECT_EQ(device.Log(),
+            (std::vector<std::string>{
+                "SetRenderState(137, 1)", "SetRenderState(22, 1)", "SetRenderState(26, 0)", "SetRenderState(29, 1)",
+                "SetRenderState(27, 0)", "SetVertexShader(null)", "SetSamplerState(0, 6, 2)",
+                "SetSamplerState(0, 5, 2)", "SetSamplerState(0, 1, 3)", "SetSamplerState(0, 2, 3)",
+                "SetRenderState(145, 0)", "SetTextureStageState(0, 1, 4)", "SetTextureStageState(0, 2, 2)",
+                "SetTextureStageState(0, 3, 0)", "SetTextureStageState(0, 4, 4)", "SetTextureStageState(1, 1, 4)",
+                "SetTextureStageState(1, 2, 2)", "SetTextureStageState(1, 3, 1)", "SetTextureStageState(1, 4, 4)",
+                "SetTextureStageState(1, 5, 2)", "SetTextureStageState(1, 6, 1)"}));
 }
 
 TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
   renderer.UpdateProjectionSize(720, 480);
   ASSERT_EQ(device.Log(), std::vector<std::string>{"SetTransform(3)"});
   const D3DMATRIX p = device.Transform(D3DTS_PROJECTION);
-  const float y_scale = 1 / std::tan(13.5f * pi / 180);
-  EXPECT_NEAR(p.m[1][1], y_scale, 1e-4f);
-  EXPECT_NEAR(p.m[0][0], y_scale / 1.5f, 1e-4f);
-  EXPECT_NEAR(p.m[2][2], 100 / 99.9f, 1e-6f);
+  EXPECT_NEAR(p.m[2][2], 100 / 99.9f, 1e-6f);  // near 0.1, far 100
   EXPECT_NEAR(p.m[3][2], -10 / 99.9f, 1e-6f);
-  EXPECT_EQ(p.m[2][3], 1);
-  EXPECT_EQ(p.m[3][3], 0);
   // A corner of the 7.2 × 4.8 frame at depth 10 lands on the corner of the
   // output (27 degrees is rounded: 4.7998 units show).
   const so_vector3 corner = TransformPoint(p, {3.6f, 2.4f, 10});
@@ -141,30 +111,25 @@ TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
 }
 
 TEST_F(Renderer, NothingToDrawWithoutSceneOrDevice) {
-  DrawAt(nullptr, 0);
+  DrawAt(nullptr);
   EXPECT_TRUE(device.Log().empty());
-  auto scene = Row(1);
+  auto scene = Load(Row(1));
   soD3DSceneRenderer detached(nullptr);
   detached.Initalize(720, 480);
   detached.UpdateProjectionSize(720, 480);
   detached.Draw(scene.get(), nullptr, 0, 0, 2, 0, nullptr, 0, nullptr);
   EXPECT_TRUE(r.log.draws.empty());
-  soD3DSceneRenderer moved(nullptr);
-  moved.UpdateDirect3DDevice(device);
+  detached.UpdateDirect3DDevice(device);
   EXPECT_TRUE(device.Log().empty()) << "a new device gets no state until Initalize";
-  moved.Draw(scene.get(), nullptr, 0, 0, 2, 0, nullptr, 0, nullptr);
+  detached.Draw(scene.get(), nullptr, 0, 0, 2, 0, nullptr, 0, nullptr);
   EXPECT_EQ(r.log.draws.size(), 1u);
 }
 
 TEST_F(Renderer, ViewUndoesTheCameraPlacement) {
   auto scene = r.NewScene();
-  DrawAt(scene.get(), 0);
+  DrawAt(scene.get());
   ASSERT_EQ(device.Log(), std::vector<std::string>{"SetTransform(2)"});
-  const D3DMATRIX view = device.Transform(D3DTS_VIEW);
-  EXPECT_EQ(view.m[3][0], 0);
-  EXPECT_EQ(view.m[3][1], 0);
-  EXPECT_EQ(view.m[3][2], 10);
-  EXPECT_EQ(view.m[3][3], 1);
+  ExpectPointNear(TransformPoint(device.Transform(D3DTS_VIEW), {0, 0, 0}), {0, 0, 10});
 
   so_vectors camera = so_default_vectors();
   camera.pos = {1, -2, -9};
@@ -172,27 +137,21 @@ TEST_F(Renderer, ViewUndoesTheCameraPlacement) {
   camera.scale = {3, 3, 3};  // scale and offset do not reach the view
   camera.rot_off = {5, 0, 0};
   ASSERT_EQ(scene->CameraVectors(0, true, &camera), 0);
-  DrawAt(scene.get(), 0);
+  DrawAt(scene.get());
   camera.scale = {1, 1, 1};
   camera.rot_off = {0, 0, 0};
-  D3DXMATRIX product;
-  const D3DXMATRIX view2(device.Transform(D3DTS_VIEW));
-  const D3DXMATRIX placement = World(camera);
-  ExpectMatrixNear(*D3DXMatrixMultiply(&product, &placement, &view2), Identity());
+  const D3DMATRIX view = device.Transform(D3DTS_VIEW);
+  for (so_vector3 p : {so_vector3{0, 0, 0}, so_vector3{1, 2, 3}})
+    ExpectPointNear(TransformPoint(view, TransformPoint(World(camera), p)), p);
 }
 
 TEST_F(Renderer, CameraWithTargetLooksAtObjectZero) {
-  SceneWriter w;
-  w.Object("quad.lwo", 1).Place(3, 1, 2).Camera().Place(0, 0, -10).Line("TargetItem 1");
-  auto scene = Load(w);
+  auto scene = Load(SceneWriter().Object("quad.lwo", 1).Place(3, 1, 2).Camera().Place(0, 0, -10).Line("TargetItem 1"));
   ASSERT_TRUE(scene->CameraHasTarget());
-  DrawAt(scene.get(), 0);
+  DrawAt(scene.get());
   const D3DMATRIX view = device.Transform(D3DTS_VIEW);
   ExpectPointNear(TransformPoint(view, {0, 0, -10}), {0, 0, 0});
-  const so_vector3 target = TransformPoint(view, {3, 1, 2});
-  EXPECT_NEAR(target.x, 0, 1e-5f);
-  EXPECT_NEAR(target.y, 0, 1e-5f);
-  EXPECT_NEAR(target.z, std::sqrt(9.0f + 1 + 144), 1e-4f);
+  ExpectPointNear(TransformPoint(view, {3, 1, 2}), {0, 0, std::sqrt(9.0f + 1 + 144)}, 1e-4f);
 }
 
 // A scene whose camera, objects or evaluations can be made to fail.
@@ -210,83 +169,58 @@ class FaultyScene : public soLightWaveScene {
   }
   std::int32_t EvaluateObject(std::int32_t index, float time, bool set, so_vectors* v, so_object_data* d,
                               const zRecord* rec) override {
-    if (index == failing_index) return -1;
-    return soLightWaveScene::EvaluateObject(index, time, set, v, d, rec);
+    return index == failing_index ? -1 : soLightWaveScene::EvaluateObject(index, time, set, v, d, rec);
   }
   soObject* ObjectAt(std::uint32_t index) override {
     return index == missing_object ? nullptr : soLightWaveScene::ObjectAt(index);
   }
 };
 
-class FaultyRenderer : public Renderer {
- protected:
-  std::unique_ptr<FaultyScene> scene;
-  void SetUp() override {
-    Renderer::SetUp();
-    SceneWriter w;
-    for (int i = 0; i < 3; ++i) w.Object("quad.lwo", 1).Place(float(i), 0, 0);
-    scene = std::make_unique<FaultyScene>(*r.textures, r.objects);
-    ASSERT_EQ(scene->Load(dir.Write("f.lws", w.Text()).c_str(), so_handedness_left), 0);
-  }
-};
+TEST_F(Renderer, FailuresEndOrSkip) {
+  auto scene = Load<FaultyScene>(Row(3));
+  scene->failing_index = 1;  // a failed evaluation ends the frame
+  DrawAt(scene.get());
+  EXPECT_EQ(DrawnX(), std::vector<float>{2});
+  r.log.draws.clear();
+  scene->failing_index = -1;
+  scene->missing_object = 1;  // an index without an object is skipped
+  DrawAt(scene.get());
+  EXPECT_EQ(DrawnX(), (std::vector<float>{2, 0}));
 
-TEST_F(FaultyRenderer, NoCameraDrawsNothingUnlessAViewIsGiven) {
+  // Without a camera nothing is drawn, unless a view is given.
+  r.log.draws.clear();
+  device.ClearLog();
   scene->camera = false;
-  DrawAt(scene.get(), 0);
+  DrawAt(scene.get());
   EXPECT_TRUE(device.Log().empty());
   EXPECT_TRUE(r.log.draws.empty());
-
   scene->camera_queries = 0;
   D3DMATRIX view{};
   for (int i = 0; i < 16; ++i) view.m[i / 4][i % 4] = float(i + 1);
-  DrawAt(scene.get(), 0, nullptr, 0, 0, &view);
+  DrawAt(scene.get(), &view);
   EXPECT_EQ(scene->camera_queries, 0);
   EXPECT_EQ(std::memcmp(&device.Calls("SetTransform")[0].matrix.value(), &view, sizeof view), 0);
-  EXPECT_EQ(r.log.draws.size(), 3u);
-}
-
-TEST_F(FaultyRenderer, FailedEvaluationEndsTheFrame) {
-  scene->failing_index = 1;
-  DrawAt(scene.get(), 0);
-  EXPECT_EQ(DrawnX(), std::vector<float>{2});
-}
-
-TEST_F(FaultyRenderer, AnIndexWithoutObjectIsSkipped) {
-  scene->missing_object = 1;
-  DrawAt(scene.get(), 0);
-  EXPECT_EQ(DrawnX(), (std::vector<float>{2, 0}));
-}
-
-TEST_F(FaultyRenderer, CameraTargetThatFailsDrawsNothing) {
-  SceneWriter w;
-  w.Object("quad.lwo", 1).Camera().Line("TargetItem 0");
-  FaultyScene targeted(*r.textures, r.objects);
-  ASSERT_EQ(targeted.Load(dir.Write("t.lws", w.Text()).c_str(), so_handedness_left), 0);
-  targeted.failing_index = 0;
-  DrawAt(&targeted, 0);
-  EXPECT_TRUE(device.Log().empty());
-  EXPECT_TRUE(r.log.draws.empty());
+  EXPECT_EQ(r.log.draws.size(), 2u);
 }
 
 TEST_F(Renderer, TiledObjectsGetTileDataOthersNone) {
-  auto scene = Row(2);
-  so_object_data data{};
+  auto scene = Load(Row(2));
+  so_object_data data{so_object_flag_tiled, 40, 60, 0, 1};
   so_vectors v{};
-  ASSERT_EQ(scene->EvaluateObject(0, 0, false, &v, &data, nullptr), 0);
-  data = {so_object_flag_tiled, 40, 60, 0, 1};
+  ASSERT_EQ(scene->EvaluateObject(0, 0, false, &v, nullptr, nullptr), 0);
   ASSERT_EQ(scene->EvaluateObject(0, 0, true, &v, &data, nullptr), 0);
 
   auto* functions = reinterpret_cast<soXIDrawingFunctions*>(&data);  // only carried, never called
-  renderer.Draw(scene.get(), nullptr, 0, 1.5f, 2, 0, functions, 0, nullptr);
+  DrawAt(scene.get(), nullptr, functions);
   ASSERT_EQ(r.log.draws.size(), 2u);
-  EXPECT_FALSE(r.log.draws[0].tiled);
+  EXPECT_EQ(r.log.draws[0].state.tile_data, nullptr);
   const DrawnObject& tiled = r.log.draws[1];
-  ASSERT_TRUE(tiled.tiled);
+  ASSERT_NE(tiled.state.tile_data, nullptr);
   EXPECT_EQ(tiled.tile.tile_x, 40);
   EXPECT_EQ(tiled.tile.tile_y, 60);
   EXPECT_FLOAT_EQ(tiled.tile.area_width, 7.2f);
-  EXPECT_EQ(tiled.drawing_functions, functions);
-  EXPECT_FALSE(tiled.both_scenes);
+  EXPECT_EQ(tiled.state.drawing_functions, functions);
+  EXPECT_FALSE(tiled.state.both_scenes);
 }
 
 }  // namespace

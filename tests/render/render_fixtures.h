@@ -1,14 +1,12 @@
 #pragma once
 // Shared pieces of the renderer tests: a flat quad object file, drawables
 // that remember every Draw they receive, and registries that make them.
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
-#include "platform/d3d9/d3d9.h"
 #include "scene/so_scene.h"
 #include "tests/support/lwo_writer.h"
 #include "tests/support/recording_device.h"
@@ -28,22 +26,13 @@ inline std::string QuadObject(float w = 2, float h = 1) {
 }
 
 // One Draw as a drawable received it, with the device's transforms at the
-// moment of the call.
+// moment of the call. The state's pointers are compared, never followed.
 struct DrawnObject {
   std::string name;
+  so_drawing_state state;
   so_object_data data{};
-  float opacity = 0;
-  bool both_scenes = false;
-  soXIDrawingFunctions* drawing_functions = nullptr;
-  bool tiled = false;
   so_tile_data tile{};
-  const zRecord* record = nullptr;
-  float time = 0;
-  const zRecord* other_record = nullptr;
-  so_vectors vectors{};
-  IDirect3DDevice9* device = nullptr;
-  D3DMATRIX world{};
-  D3DMATRIX view{};
+  D3DMATRIX world{}, view{};
 };
 
 struct DrawLog {
@@ -58,24 +47,13 @@ class RecordingObject : public soObject {
       : soObject(wrapped->Name().CString()), wrapped_(wrapped), log_(log) {}
 
   void Draw(const so_drawing_state& state) override {
-    DrawnObject d;
-    d.name = Name().CString();
+    DrawnObject& d = log_.draws.emplace_back(DrawnObject{Name().CString(), state});
     if (state.object_data) d.data = *state.object_data;
-    d.opacity = state.opacity;
-    d.both_scenes = state.both_scenes;
-    d.drawing_functions = state.drawing_functions;
-    d.tiled = state.tile_data != nullptr;
     if (state.tile_data) d.tile = *state.tile_data;
-    d.record = state.record;
-    d.time = state.time;
-    d.other_record = state.other_record;
-    if (state.vectors) d.vectors = *state.vectors;
-    d.device = state.device;
     if (log_.device) {
       d.world = log_.device->Transform(D3DTS_WORLD);
       d.view = log_.device->Transform(D3DTS_VIEW);
     }
-    log_.draws.push_back(d);
   }
   bool LoadObject(const char* path, std::int32_t handedness) override {
     return wrapped_->LoadObject(path, handedness);
@@ -92,7 +70,6 @@ class RecordingObject : public soObject {
 class RecordingObjectManager : public soObjectManager {
  public:
   RecordingObjectManager(soTextureManager& textures, DrawLog& log) : textures_(textures), log_(log) {}
-  ~RecordingObjectManager() override = default;
   std::int32_t ObjectHandedness() const override { return so_handedness_left; }
   soTextureManager& TextureManager() const override { return textures_; }
 
@@ -108,9 +85,7 @@ struct RecordingRegistries {
   MemoryManagerPtr textures = MakeMemoryManager();
   RecordingObjectManager objects{*textures, log};
 
-  std::unique_ptr<soScene> NewScene() {
-    return std::unique_ptr<soScene>(soScene::Factory(*textures, objects));
-  }
+  std::unique_ptr<soScene> NewScene() { return std::unique_ptr<soScene>(soScene::Factory(*textures, objects)); }
 };
 
 // The point p (w = 1) transformed by the row-vector matrix m.

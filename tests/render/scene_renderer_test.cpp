@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <type_traits>
 #include <vector>
 
 #include "platform/foundation/z_record.h"
@@ -29,10 +28,7 @@ class TestRenderer : public soSceneRenderer {
   using soSceneRenderer::FindRecordForScreen;
   using soSceneRenderer::FindRecordsForScreen;
   using soSceneRenderer::GetScreensForTransition;
-  using soSceneRenderer::MakeTileData;
 };
-
-static_assert(!std::is_copy_constructible_v<TestRenderer> && !std::is_copy_assignable_v<TestRenderer>);
 
 // A scene that claims any number of objects and sorts them last first.
 class CountedScene : public soLightWaveScene {
@@ -60,38 +56,31 @@ class DepthSort : public ::testing::Test {
   }
 };
 
-TEST_F(DepthSort, GrowsByTheStepAndNeverShrinks) {
+TEST_F(DepthSort, GrowsByTheStepNeverShrinksAndKeepsEntries) {
+  Sort(0);
+  EXPECT_EQ(scene.sorted_counts, std::vector<std::uint32_t>{0}) << "an empty scene is still asked to sort";
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(0));
-  EXPECT_EQ(renderer.depth_sort_capacity(), 4u);
   Sort(4);
   EXPECT_EQ(renderer.depth_sort_capacity(), 4u);
-  Sort(5);
+  // Index access grows without counting and moves the inline entries.
+  EXPECT_EQ(renderer.DepthSort_ConvertIndex(4), 0u);
   EXPECT_EQ(renderer.depth_sort_capacity(), 8u);
-  Sort(20);  // the step alone is not enough: 20 + 4
-  EXPECT_EQ(renderer.depth_sort_capacity(), 24u);
-  Sort(5);
-  EXPECT_EQ(renderer.depth_sort_capacity(), 24u);
+  for (std::uint32_t i = 0; i < 4; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 3 - i);
+  EXPECT_FALSE(renderer.DepthSort_ValidIndex(4));
+
+  const struct {
+    std::uint32_t count, capacity;
+  } steps[] = {{9, 12}, {20, 24} /* the step alone is not enough */, {5, 24}};
+  for (const auto& s : steps) {
+    Sort(s.count);
+    EXPECT_EQ(renderer.depth_sort_capacity(), s.capacity) << s.count;
+  }
   EXPECT_TRUE(renderer.DepthSort_ValidIndex(4));
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(5));
-  // The scene's order comes back, and what was kept from 20 entries is intact.
   for (std::uint32_t i = 0; i < 5; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 4 - i);
-  EXPECT_EQ(renderer.DepthSort_ConvertIndex(15), 4u);
-}
-
-TEST_F(DepthSort, IndexAccessGrowsWithoutCounting) {
-  Sort(4);
-  EXPECT_EQ(renderer.DepthSort_ConvertIndex(4), 0u);  // new entries read 0
-  EXPECT_EQ(renderer.depth_sort_capacity(), 8u);
-  for (std::uint32_t i = 0; i < 4; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 3 - i) << "inline entries moved";
-  EXPECT_FALSE(renderer.DepthSort_ValidIndex(4));
+  EXPECT_EQ(renderer.DepthSort_ConvertIndex(15), 4u) << "what was kept from 20 entries is intact";
   renderer.DepthSort_ConvertIndex(30);
   EXPECT_EQ(renderer.depth_sort_capacity(), 35u);
-}
-
-TEST_F(DepthSort, EmptySceneIsStillAskedToSort) {
-  Sort(0);
-  EXPECT_EQ(scene.sorted_counts, std::vector<std::uint32_t>{0});
-  EXPECT_FALSE(renderer.DepthSort_ValidIndex(0));
 }
 
 TEST_F(DepthSort, UnreachableSizesDrawNothingAndLeaveTheStorage) {
@@ -103,84 +92,47 @@ TEST_F(DepthSort, UnreachableSizesDrawNothingAndLeaveTheStorage) {
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0xFFFFFFFBu), 0xFFFFFFFFu);
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0xFFFFFFFFu), 0xFFFFFFFFu);
   Sort(6);
-  EXPECT_TRUE(renderer.DepthSort_ValidIndex(5));
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0), 5u);
 }
 
-class ScreenLookup : public ::testing::Test {
- protected:
+TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAlone) {
   TestRenderer renderer;
   zRecord r1, r2, r3;
-  const zRecord* out[3] = {nullptr, nullptr, nullptr};
-  static so_object_data Object(std::int32_t screen, std::int32_t slot) { return {0, 0, 0, slot, screen}; }
-};
-
-TEST_F(ScreenLookup, ExactMatchesComeInScreenOrderUpToTheMaximum) {
-  const so_screen_data screens[] = {{2, 1, &r1, 0}, {1, 1, &r2, 0}, {2, 1, &r3, 0}, {2, 0, nullptr, 0}};
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 4, Object(2, 1), out, 2), 2);
+  const zRecord* out[3] = {};
+  auto object = [](std::int32_t screen, std::int32_t slot) { return so_object_data{0, 0, 0, slot, screen}; };
+  const so_screen_data exact[] = {{2, 1, &r1, 0}, {1, 1, &r2, 0}, {2, 1, &r3, 0}, {2, 0, nullptr, 0}};
+  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 1), 1);
+  EXPECT_EQ(out[1], nullptr) << "wrote past the maximum";
+  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 2), 2);
   EXPECT_EQ(out[0], &r1);
   EXPECT_EQ(out[1], &r3);
-  out[1] = nullptr;
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 4, Object(2, 1), out, 1), 1);
-  EXPECT_EQ(out[1], nullptr) << "wrote past the maximum";
-  EXPECT_EQ(renderer.FindRecordForScreen(screens, 4, Object(2, 1)), &r3);
-  // A null record is still a match.
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 4, Object(2, 0), out, 2), 1);
+  EXPECT_EQ(renderer.FindRecordForScreen(exact, 4, object(2, 1)), &r3);
+  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 0), out, 2), 1) << "a null record still matches";
   EXPECT_EQ(out[0], nullptr);
-}
 
-TEST_F(ScreenLookup, WithoutAnExactMatchTheScreenAloneDecides) {
-  const so_screen_data screens[] = {{1, 5, &r1, 0}, {2, 5, &r2, 0}, {1, 6, &r3, 0}};
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 3, Object(1, 9), out, 2), 1);
+  // Without an exact match: the first of the screen, or the last for one record.
+  const so_screen_data by_screen[] = {{1, 5, &r1, 0}, {2, 5, &r2, 0}, {1, 6, &r3, 0}};
+  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(1, 9), out, 2), 1);
   EXPECT_EQ(out[0], &r1);
-  EXPECT_EQ(renderer.FindRecordForScreen(screens, 3, Object(1, 9)), &r3);
-  // The screen pass writes its one record whatever the maximum.
-  out[0] = nullptr;
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 3, Object(2, 9), out, 0), 1);
+  EXPECT_EQ(renderer.FindRecordForScreen(by_screen, 3, object(1, 9)), &r3);
+  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(2, 9), out, 0), 1) << "whatever the maximum";
   EXPECT_EQ(out[0], &r2);
-}
 
-TEST_F(ScreenLookup, NothingMatchesNothingIsWritten) {
-  const so_screen_data screens[] = {{1, 1, &r1, 0}};
   out[0] = &r3;
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 1, Object(4, 1), out, 2), 0);
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, 0, Object(1, 1), out, 2), 0);
-  EXPECT_EQ(renderer.FindRecordsForScreen(screens, -3, Object(1, 1), out, 2), 0);
-  EXPECT_EQ(renderer.FindRecordsForScreen(nullptr, 4, Object(1, 1), out, 2), 0);
+  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(4, 1), out, 2), 0);
+  EXPECT_EQ(renderer.FindRecordsForScreen(nullptr, 4, object(1, 1), out, 2), 0);
   EXPECT_EQ(out[0], &r3);
-  EXPECT_EQ(renderer.FindRecordForScreen(screens, 1, Object(4, 1)), nullptr);
-  EXPECT_EQ(renderer.FindRecordForScreen(screens, 0, Object(1, 1)), nullptr);
-  EXPECT_EQ(renderer.FindRecordForScreen(nullptr, 5, Object(1, 1)), nullptr);
+  EXPECT_EQ(renderer.FindRecordForScreen(nullptr, 5, object(1, 1)), nullptr);
 }
 
-TEST_F(ScreenLookup, ScreensOfATransition) {
+TEST(ScreenLookup, ScreensOfATransition) {
+  TestRenderer renderer;
   const so_screen_data screens[] = {{0, 0, nullptr, 1}, {1, 0, nullptr, 2}, {2, 0, nullptr, 1}, {3, 0, nullptr, 2}};
   const so_screen_data* first = nullptr;
   EXPECT_EQ(renderer.GetScreensForTransition(screens, 4, 2, &first), 2);
   EXPECT_EQ(first, &screens[1]);
   EXPECT_EQ(renderer.GetScreensForTransition(screens, 4, 7, &first), 0);
   EXPECT_EQ(first, screens);
-  first = nullptr;
-  EXPECT_EQ(renderer.GetScreensForTransition(screens, 0, 1, &first), 0);
-  EXPECT_EQ(first, screens);
-}
-
-TEST(MakeTileData, TakesTheVectorsTheStepsAndTheScenesFrame) {
-  TestRegistries r;
-  CountedScene scene(*r.textures, r.objects);
-  TestRenderer renderer;
-  so_vectors v = so_default_vectors();
-  v.pos = {1, 2, 3};
-  v.crop = {4, 5, 6, 7};
-  const so_object_data data{so_object_flag_tiled, 25, 50, 0, 1};
-  so_tile_data tile{};
-  renderer.MakeTileData(tile, v, data, scene);
-  EXPECT_EQ(tile.vectors.pos.y, 2);
-  EXPECT_EQ(tile.vectors.crop.bottom, 7);
-  EXPECT_EQ(tile.tile_x, 25);
-  EXPECT_EQ(tile.tile_y, 50);
-  EXPECT_FLOAT_EQ(tile.area_width, 7.2f);
-  EXPECT_FLOAT_EQ(tile.area_height, 4.8f);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include "platform/foundation/z_record.h"
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
-#include "tests/support/lwo_writer.h"
+#include "tests/render/render_fixtures.h"
 #include "tests/support/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
@@ -15,71 +15,63 @@ namespace {
 
 using namespace so3d::test;
 
-// A flat w × h quad on the surface "One", centred on the origin.
-std::string quad(float w, float h) {
-  LwoWriter lwo;
-  lwo.tags({"One"})
-      .points({{-w / 2, -h / 2, 0}, {-w / 2, h / 2, 0}, {w / 2, h / 2, 0}, {w / 2, -h / 2, 0}})
-      .polygons({{0, 1, 2, 3}})
-      .ptag("SURF", {{0, 0}})
-      .surface("One");
-  return lwo.bytes();
-}
-
 class Transition : public ::testing::Test {
  protected:
   TestRegistries r;
   TempDir dir;
+  std::unique_ptr<soScene> t{soScene::Factory(*r.textures, r.objects)};
 
-  void SetUp() override { dir.Write("quad.lwo", quad(2, 1)); }
+  void SetUp() override { dir.Write("quad.lwo", QuadObject(2, 1)); }
 
-  std::unique_ptr<soScene> Scene() { return std::unique_ptr<soScene>(soScene::Factory(*r.textures, r.objects)); }
   // A scene file of quads: one (screen, x) pair per object, keyed at time 0.
   std::unique_ptr<soScene> Load(const std::string& name, std::initializer_list<std::pair<int, float>> objects) {
     SceneWriter w;
     for (const auto& [screen, x] : objects) w.Object("quad.lwo", screen).Place(x, 0, 0);
-    auto scene = Scene();
+    std::unique_ptr<soScene> scene(soScene::Factory(*r.textures, r.objects));
     EXPECT_EQ(scene->Load(dir.Write(name, w.Text()).c_str(), so_handedness_left), 0);
     return scene;
   }
-  static so_vectors Eval(soScene& s, std::int32_t index, float t, so_object_data* d = nullptr) {
+  static so_vectors Eval(soScene& s, std::int32_t index, float time, so_object_data* d = nullptr) {
     so_vectors v{};
-    EXPECT_EQ(s.EvaluateObject(index, t, false, &v, d, nullptr), 0);
+    EXPECT_EQ(s.EvaluateObject(index, time, false, &v, d, nullptr), 0);
     return v;
   }
 };
 
 }  // namespace
 
-TEST_F(Transition, SceneWithItselfDoesNotMove) {
+TEST_F(Transition, SceneWithItselfStaysAndSettingsAreAppliedOnce) {
   auto a = Load("a.lws", {{1, -1.5f}, {2, 1.5f}});
-  ASSERT_EQ(a->ObjectCount(), 2u);
-  so_screen_data screens[] = {{1, 1, nullptr, 0}, {2, 2, nullptr, 0}};
-  auto t = Scene();
+  zRecord moved;
+  moved.SetFloatPoint(so_id_pos, {1, 0});
+  so_screen_data screens[] = {{1, 1, &moved, 0}, {2, 2, nullptr, 0}};
   EXPECT_EQ(t->Interpolate(a.get(), screens, 2, 0, a.get(), screens, 2, 0), 0);
   ASSERT_EQ(t->ObjectCount(), 2u);
-  for (std::int32_t i = 0; i < 2; ++i) {
-    const float x = Eval(*a, i, 0).pos.x;
-    for (float time : {0.0f, 0.7f, 2.0f}) EXPECT_FLOAT_EQ(Eval(*t, i, time).pos.x, x) << i << " at " << time;
-    EXPECT_FLOAT_EQ(Eval(*t, i, 1).trans, 1);
+  for (float time : {0.0f, 0.7f, 2.0f}) {
+    EXPECT_FLOAT_EQ(Eval(*t, 0, time).pos.x, -0.5f) << time;
+    EXPECT_FLOAT_EQ(Eval(*t, 1, time).pos.x, 1.5f) << time;
+    EXPECT_FLOAT_EQ(Eval(*t, 1, time).trans, 1);
   }
+  so_vectors v{};
+  t->EvaluateObject(0, 1, false, &v, nullptr, &moved);  // interpolated: not again
+  EXPECT_FLOAT_EQ(v.pos.x, -0.5f);
+  EXPECT_FLOAT_EQ(Eval(*a, 0, 0).pos.x, -1.5f);  // A itself is unchanged
   so_object_data d{};
   Eval(*t, 1, 1, &d);
   EXPECT_EQ(d.screen, 2);
   EXPECT_EQ(d.slot, 2);
 }
 
-TEST_F(Transition, UnpairedObjectsFadeByDefaultAndUnlistedScreensAreLeftOut) {
+TEST_F(Transition, UnpairedObjectsFadeInPlaceAndUnlistedScreensAreLeftOut) {
   auto a = Load("a.lws", {{1, -1}, {3, 0}});  // screen 3 has no entry
   auto b = Load("b.lws", {{2, 1}});
   so_screen_data sa[] = {{1, 1, nullptr, 0}};
   so_screen_data sb[] = {{2, 2, nullptr, 0}};
-  auto t = Scene();
   t->Interpolate(a.get(), sa, 1, 0, b.get(), sb, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);  // A's screen-1 object builds out, B's builds in
   EXPECT_FLOAT_EQ(Eval(*t, 0, 0).trans, 1);
   EXPECT_FLOAT_EQ(Eval(*t, 0, 2).trans, 0);
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 2).pos.x, -1);  // in place
+  EXPECT_FLOAT_EQ(Eval(*t, 0, 2).pos.x, -1);
   EXPECT_FLOAT_EQ(Eval(*t, 1, 0).trans, 0);
   EXPECT_FLOAT_EQ(Eval(*t, 1, 2).trans, 1);
   EXPECT_FLOAT_EQ(Eval(*t, 1, 1).pos.x, 1);
@@ -88,21 +80,18 @@ TEST_F(Transition, UnpairedObjectsFadeByDefaultAndUnlistedScreensAreLeftOut) {
 TEST_F(Transition, BuildDirectionsEffectsAndEase) {
   auto a = Load("a.lws", {{1, 0}});
   auto b = Load("b.lws", {{2, 0.5f}});
-  zRecord in_left_eased;   // build in from the left, eased; build out to the right, spinning
+  zRecord in_left_eased;  // build in from the left, eased; build out to the right, spinning
   in_left_eased.SetRect(so_id_build_in_out, {0x10, 0x40, 0x10, 0x4});
   so_screen_data sa[] = {{1, 1, &in_left_eased, 0}};
   so_screen_data sb[] = {{2, 2, &in_left_eased, 0}};
-  auto t = Scene();
   t->Interpolate(a.get(), sa, 1, 0, b.get(), sb, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);
 
   const so_vectors out_end = Eval(*t, 0, 2);
   EXPECT_FLOAT_EQ(out_end.pos.x, 0 + 14.4f + 1);  // right edge, half the quad's width
   EXPECT_FLOAT_EQ(out_end.rot.z, 15);             // spin without 0x10 in the direction
-
-  const so_vectors in_start = Eval(*t, 1, 0);
   const float from = 0.5f - 14.4f - 1;
-  EXPECT_FLOAT_EQ(in_start.pos.x, from);
+  EXPECT_FLOAT_EQ(Eval(*t, 1, 0).pos.x, from);
   EXPECT_FLOAT_EQ(Eval(*t, 1, 2).pos.x, 0.5f);
   // Eased: at time 1 the position reads the keys at 1.75, seven eighths.
   EXPECT_NEAR(Eval(*t, 1, 1).pos.x, from + (0.5f - from) * 0.875f, 1e-4f);
@@ -113,27 +102,12 @@ TEST_F(Transition, PairingIsFirstComeFirstServed) {
   auto a = Load("a.lws", {{1, -2}, {1, 2}});
   auto b = Load("b.lws", {{1, 0}});
   so_screen_data screens[] = {{1, 4, nullptr, 0}};
-  auto t = Scene();
   t->Interpolate(a.get(), screens, 1, 0, b.get(), screens, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);
   EXPECT_FLOAT_EQ(Eval(*t, 0, 0).pos.x, -2);  // A's first glides to B's
   EXPECT_FLOAT_EQ(Eval(*t, 0, 2).pos.x, 0);
   EXPECT_FLOAT_EQ(Eval(*t, 1, 0).pos.x, 2);  // the second builds out
   EXPECT_FLOAT_EQ(Eval(*t, 1, 2).trans, 0);
-}
-
-TEST_F(Transition, SettingsAreAppliedOnceIntoTheKeys) {
-  auto a = Load("a.lws", {{1, 0}});
-  zRecord moved;
-  moved.SetFloatPoint(so_id_pos, {1, 0});
-  so_screen_data screens[] = {{1, 1, &moved, 0}};
-  auto t = Scene();
-  t->Interpolate(a.get(), screens, 1, 0, a.get(), screens, 1, 0);
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 1).pos.x, 1);
-  so_vectors v{};
-  t->EvaluateObject(0, 1, false, &v, nullptr, &moved);  // interpolated: not again
-  EXPECT_FLOAT_EQ(v.pos.x, 1);
-  EXPECT_FLOAT_EQ(Eval(*a, 0, 0).pos.x, 0);  // A itself is unchanged
 }
 
 TEST_F(Transition, SubScenesAreRecordedAndPinned) {
@@ -144,13 +118,11 @@ TEST_F(Transition, SubScenesAreRecordedAndPinned) {
   // Object screen 0 maps to entry 0, which shows screen 1; entry 1 has slot 6.
   so_screen_data sa[] = {{1, 0, &moved, 0}, {0, 6, nullptr, 0}};
   so_screen_data sb[6] = {{0, 0, nullptr, 1}};
-  auto t = Scene();
-  soScene* out_a = nullptr;
-  EXPECT_EQ(t->SubSceneInfo(0, &out_a, nullptr, nullptr, nullptr), -1);
-  t->AddSubScene(a.get(), sa, 2, 0.25f, b.get(), sb, 6, 0.75f);
-  ASSERT_TRUE(t->IsSubSceneTransition());
   soScene *ra = nullptr, *rb = nullptr;
   float ta = 0, tb = 0;
+  EXPECT_EQ(t->SubSceneInfo(0, &ra, nullptr, nullptr, nullptr), -1);
+  t->AddSubScene(a.get(), sa, 2, 0.25f, b.get(), sb, 6, 0.75f);
+  ASSERT_TRUE(t->IsSubSceneTransition());
   ASSERT_EQ(t->SubSceneInfo(0, &ra, &rb, &ta, &tb), 0);
   EXPECT_EQ(ra, a.get());
   EXPECT_EQ(rb, b.get());
@@ -160,11 +132,10 @@ TEST_F(Transition, SubScenesAreRecordedAndPinned) {
   EXPECT_EQ(t->ObjectCount(), 0u);
 
   so_object_data d{};
-  const so_vectors pinned = Eval(*a, 0, 2, &d);
-  EXPECT_FLOAT_EQ(pinned.pos.x, -0.5f);  // entry settings applied once
+  EXPECT_FLOAT_EQ(Eval(*a, 0, 2, &d).pos.x, -0.5f);  // entry settings applied once
   EXPECT_EQ(d.screen, 1);
-  EXPECT_EQ(d.slot, 6);                       // slot of the entry at position 1
-  EXPECT_FLOAT_EQ(Eval(*a, 1, 0).pos.x, 1);   // screen 1 maps to screen 0: no settings
+  EXPECT_EQ(d.slot, 6);                      // slot of the entry at position 1
+  EXPECT_FLOAT_EQ(Eval(*a, 1, 0).pos.x, 1);  // screen 1 maps to screen 0: no settings
   Eval(*a, 2, 0, &d);
   EXPECT_EQ(d.screen, 7);  // beyond the table: left alone
 }

@@ -22,7 +22,6 @@ class MemoryTextureManager : public soTextureManager {
   std::map<std::int32_t, Texture> textures;
   std::vector<std::string> calls;  // e.g. "create 7", "lock 7", "unlock 7", "delete 7"
   bool refuse_create = false, refuse_lock = false;
-  int* destroyed = nullptr;
 
   using soTextureManager::get_texture_entry;
   using soTextureManager::make_bitmap;
@@ -42,9 +41,6 @@ class MemoryTextureManager : public soTextureManager {
   bool HasTexture(const so_surface&, const so_object_data&) override { return false; }
 
  protected:
-  ~MemoryTextureManager() override {
-    if (destroyed) ++*destroyed;
-  }
   bool create_new_texture(std::int32_t width, std::int32_t height, std::int32_t id) override {
     calls.push_back("create " + std::to_string(id));
     if (refuse_create || width != 256 || height != 256) return false;
