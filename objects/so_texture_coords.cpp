@@ -55,25 +55,35 @@ void generate_texture_coordinates(so_surface& surface, float u_scale, float v_sc
   if (!have_uv) return;
 
   const std::int32_t interleaved_count = so_interleaved_capacity(surface);
+  // Locals, so the loop keeps everything in registers: the stores through
+  // `uv` could otherwise be taken to change the surface's fields.
+  const so_vector3* const vertices = surface.vertices;
+  so_uv* const uv = set.uv;
+  so_interleaved_vertex* const interleaved = surface.interleaved;
+  const float crop_u_low = crop_left / static_cast<float>(width) * u_scale;
+  const float crop_u_high = crop_right / static_cast<float>(width) * u_scale;
+  const float crop_v_low = crop_top / static_cast<float>(height) * v_scale;
+  const float crop_v_high = crop_bottom / static_cast<float>(height) * v_scale;
+  const bool cropped = crop_left != 0.0f || crop_right != 0.0f || crop_top != 0.0f || crop_bottom != 0.0f;
   for (std::int32_t i = 0; i < count; ++i) {
-    const float tx = (surface.vertices[i].x - min_x) / width_x;
-    const float ty = (surface.vertices[i].y - min_y) / height_y;
+    const float tx = (vertices[i].x - min_x) / width_x;
+    const float ty = (vertices[i].y - min_y) / height_y;
     float u = tx * u_scale;
     float v = (1.0f - ty) * v_scale;
     if (v_scale < 0.0f) v -= v_scale;
 
     // Each crop term moves only the vertices on its own edge.
-    const float u_edge = u;
-    const float v_edge = v;
-    if (crop_left != 0.0f && u_edge <= 0.0f) u += crop_left / static_cast<float>(width) * u_scale;
-    if (crop_right != 0.0f && u_edge > 0.0f) u -= crop_right / static_cast<float>(width) * u_scale;
-    if (crop_top != 0.0f && v_edge <= 0.0f) v += crop_top / static_cast<float>(height) * v_scale;
-    if (crop_bottom != 0.0f && v_edge > 0.0f) {
-      v -= crop_bottom / static_cast<float>(height) * v_scale;
+    if (cropped) {
+      const float u_edge = u;
+      const float v_edge = v;
+      if (crop_left != 0.0f && u_edge <= 0.0f) u += crop_u_low;
+      if (crop_right != 0.0f && u_edge > 0.0f) u -= crop_u_high;
+      if (crop_top != 0.0f && v_edge <= 0.0f) v += crop_v_low;
+      if (crop_bottom != 0.0f && v_edge > 0.0f) v -= crop_v_high;
     }
 
-    set.uv[set.count] = so_uv{u, v};
-    if (set.count < interleaved_count) surface.interleaved[set.count].uv0 = so_uv{u, v};
-    ++set.count;
+    uv[i] = so_uv{u, v};
+    if (i < interleaved_count) interleaved[i].uv0 = so_uv{u, v};
   }
+  set.count = count;
 }
