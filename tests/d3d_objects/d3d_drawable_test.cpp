@@ -1,22 +1,111 @@
 // soD3DDrawableObject on the recording device: buffers, the calls of one
-// surface, the stage-1 mask and decor, and what it leaves out.
+// surface, the stage-1 mask and decor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
+#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/d3dx/d3dx_math.h"
 #include "platform/foundation/z_record.h"
+#include "render/host_interfaces.h"
+#include "render/so_d3d_drawable_object.h"
 #include "scene/so_object_settings.h"
-#include "tests/d3d_objects/d3d_object_fixture.h"
+#include "tests/support/recording_device.h"
+#include "textures/so_d3d_texture_manager.h"
 
 namespace {
 
 using namespace so3d::test;
 using Log = std::vector<std::string>;
-const std::vector<so_uv> square{{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}};
+
+// Surfaces with coordinates generated as loaded objects get them; counts
+// its own destruction.
+class SurfaceObject : public soObject {
+ public:
+  explicit SurfaceObject(int& deleted) : soObject("test"), deleted_(deleted) {}
+  ~SurfaceObject() override { ++deleted_; }
+  std::int32_t SurfaceCount() const override { return std::int32_t(surfaces.size()); }
+  so_surface* SurfaceAt(std::int32_t i) override {
+    return i >= 0 && i < SurfaceCount() ? surfaces[std::size_t(i)].get() : nullptr;
+  }
+  // A 2 x 1 rectangle: (bottom-left, top-left, top-right), (bottom-left,
+  // top-right, bottom-right).
+  void AddQuad(const char* name) {
+    const so_vector3 v[] = {{0, 0, 0}, {0, 1, 0}, {2, 1, 0}, {0, 0, 0}, {2, 1, 0}, {2, 0, 0}};
+    so_surface& s = *surfaces.emplace_back(so_make_surface());
+    so_surface_set_name(s, name);
+    EXPECT_TRUE(so_surface_allocate_geometry(s, 6));
+    std::memcpy(s.vertices, v, sizeof v);
+    s.vertex_count = 6;
+    generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
+    EXPECT_TRUE(so_surface_build_interleaved(s));
+  }
+  std::vector<so_surface_ptr> surfaces;
+  int& deleted_;
+};
+
+// Lends `texture` under handle 42 through `functions`, and notes, for each
+// handle given back, how many device calls were logged by then.
+class FakeDecor : public soXIOGLDrawingFunctions {
+ public:
+  std::int32_t QueryInterface(const char*, void** out) override { return *out = nullptr, -1; }
+  std::int32_t AddRef() override { return ++refs; }
+  std::int32_t Release() override { return --refs; }
+  std::int32_t GetDecorTexture(std::int32_t id, IDirect3DTexture9** t, std::int32_t* h) override {
+    requested.push_back(id);
+    *t = texture;
+    *h = 42;
+    return result;
+  }
+  void ReleaseDecorTexture(std::int32_t h) override { returned.push_back({h, device->Calls().size()}); }
+
+  struct Functions : soXIDrawingFunctions {
+    explicit Functions(FakeDecor* d) : decor(d) {}
+    std::int32_t QueryInterface(const char* name, void** out) override {
+      *out = std::strcmp(name, "soXIOGLDrawingFunctions") == 0 ? decor : nullptr;
+      return *out ? (decor->AddRef(), 0) : -1;
+    }
+    std::int32_t AddRef() override { return 2; }
+    std::int32_t Release() override { return 1; }
+    FakeDecor* decor;
+  } functions{this};
+  RecordingDevice* device = nullptr;
+  IDirect3DTexture9* texture = nullptr;
+  std::int32_t result = 0, refs = 1;
+  std::vector<std::int32_t> requested;
+  std::vector<std::pair<std::int32_t, std::size_t>> returned;
+};
+
+class DrawableTest : public ::testing::Test {
+ protected:
+  RecordingDevice device;
+  std::unique_ptr<soD3DTextureManager, void (*)(soD3DTextureManager*)> textures{
+      new soD3DTextureManager(&device), [](soD3DTextureManager* m) { m->Release(); }};
+  int deleted = 0;
+  SurfaceObject* object = new SurfaceObject(deleted);
+  std::unique_ptr<soD3DDrawableObject> drawable = std::make_unique<soD3DDrawableObject>(object, textures.get());
+  so_vectors vectors = so_default_vectors();
+  so_object_data data{0, 0, 0, 1, 0};  // slot 1, screen 0
+
+  void TearDown() override {
+    drawable.reset();
+    EXPECT_EQ(deleted, 1);
+    textures.reset();
+    EXPECT_EQ(device.LiveResources(), 0);
+    EXPECT_EQ(device.Misuses(), std::vector<std::string>{});
+  }
+  so_drawing_state State(const zRecord* record = nullptr, soXIDrawingFunctions* functions = nullptr) {
+    so_drawing_state s{};
+    std::tie(s.object_data, s.opacity, s.drawing_functions, s.record, s.vectors, s.device) =
+        std::tuple(&data, 0.5f, functions, record, &vectors, &device);
+    return s;
+  }
+};
 
 std::vector<float> Floats(const D3DMATRIX& m) { return {&m.m[0][0], &m.m[0][0] + 16}; }
 
@@ -28,8 +117,19 @@ std::vector<float> Enlarged(D3DXMATRIX world, int times) {
   return Floats(world);
 }
 
+// Texture coordinates of stage 1 (or 0) in `buffer`, flattened.
+std::vector<float> Uv(const RecordingDevice& device, const char* buffer, bool stage1 = true) {
+  std::vector<float> out;
+  const RecordingVertexBuffer* vb = device.VertexBufferNamed(buffer);
+  for (std::size_t i = 0; i < vb->Length() / 40; ++i) {
+    const so_uv uv = stage1 ? vb->At<so_interleaved_vertex>(i).uv1 : vb->At<so_interleaved_vertex>(i).uv0;
+    out.insert(out.end(), {uv.u, uv.v});
+  }
+  return out;
+}
+
 TEST_F(DrawableTest, BuffersAreMadeOncePerSurfaceUntilReleased) {
-  for (const char* name : {"A", "B", "C"}) object->AddQuads(name);
+  for (const char* name : {"A", "B", "C"}) object->AddQuad(name);
   drawable->Draw(State());
   EXPECT_EQ(device.Log("CreateVertexBuffer"), Log(3, "CreateVertexBuffer(240, 8, 530, 1, null)"));
   EXPECT_EQ(0, std::memcmp(device.VertexBufferNamed("vb2")->Bytes().data(), object->surfaces[1]->interleaved, 240));
@@ -44,8 +144,8 @@ TEST_F(DrawableTest, BuffersAreMadeOncePerSurfaceUntilReleased) {
 }
 
 TEST_F(DrawableTest, ScreenSurfaceWithRecordAndMask) {
-  object->AddQuads("One");
-  HandIn();                                        // tex1
+  object->AddQuad("One");
+  textures->SetTexture(1, 0, device.MakeHostTexture(720, 480), soTextureManager::so_alpha_straight, 720, 480, 1, 1);
   ASSERT_NE(textures->GetMaskTexture(), nullptr);  // tex2
   zRecord record;
   device.ClearLog();
@@ -61,8 +161,9 @@ TEST_F(DrawableTest, ScreenSurfaceWithRecordAndMask) {
   const D3DMATERIAL9 m = *device.Material();
   EXPECT_EQ((std::vector<float>{m.Diffuse.a, m.Ambient.a, m.Emissive.a, m.Emissive.r, m.Specular.r, m.Power}),
             (std::vector<float>{0.5f, 0.5f, 0.5f, 1, 0, 0}));
-  EXPECT_EQ(Uv("vb2"), square);         // survives the rebuild
-  EXPECT_EQ(Uv("vb2", false), square);  // the quad's own projection agrees
+  const std::vector<float> square{0, 1, 0, 0, 1, 0, 0, 1, 1, 0, 1, 1};
+  EXPECT_EQ(Uv(device, "vb2"), square);         // survives the rebuild
+  EXPECT_EQ(Uv(device, "vb2", false), square);  // the quad's own projection agrees
 
   device.ClearLog();
   drawable->Draw(State(&record));
@@ -70,12 +171,12 @@ TEST_F(DrawableTest, ScreenSurfaceWithRecordAndMask) {
   vectors.crop = {36, 0, 0, 0};  // pixels of 720: a new crop rebuilds that buffer
   drawable->Draw(State(&record));
   EXPECT_EQ(device.Count("CreateVertexBuffer"), 1u);
-  EXPECT_FLOAT_EQ(Uv("vb3", false)[0].u, 0.05f);
+  EXPECT_FLOAT_EQ(Uv(device, "vb3", false)[0], 0.05f);
 }
 
 TEST_F(DrawableTest, EveryMaskedSurfaceEnlargesTheWorldAgain) {
-  object->AddQuads("A");
-  object->AddQuads("B");
+  object->AddQuad("A");
+  object->AddQuad("B");
   D3DXMATRIX world;
   device.SetTransform(D3DTS_WORLD, D3DXMatrixTranslation(&world, 1, 2, 3));
   zRecord record;
@@ -91,17 +192,15 @@ TEST_F(DrawableTest, EveryMaskedSurfaceEnlargesTheWorldAgain) {
 }
 
 TEST_F(DrawableTest, DecorTexturesComeFromTheHost) {
-  object->AddQuads("A");
+  object->AddQuad("A");
   zRecord record;
   record.SetInt32(so_id_border_decor, 7);
   FakeDecor decor;
   decor.device = &device;
   decor.texture = device.MakeHostTexture(64, 64);  // tex1
-  FakeFunctions functions(&decor);
   D3DXMATRIX identity;
   D3DXMatrixIdentity(&identity);
-
-  drawable->Draw(State(&record, &functions));
+  drawable->Draw(State(&record, &decor.functions));
   EXPECT_EQ(decor.requested, std::vector<std::int32_t>{7});
   EXPECT_EQ(device.Log("SetTexture"), (Log{"SetTexture(1, tex1)", "SetTexture(1, null)"}));
   EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Enlarged(identity, 1));
@@ -111,60 +210,18 @@ TEST_F(DrawableTest, DecorTexturesComeFromTheHost) {
   const Log log = device.Log();
   const auto draw = std::find(log.begin(), log.end(), "DrawPrimitive(4, 0, 2)") - log.begin();
   EXPECT_LT(decor.returned[0].second, std::size_t(draw)) << "the handle goes back before the draw";
+  EXPECT_EQ(decor.refs, 1);
 
-  // Refused, answered without a texture (the handle still goes back), or no
-  // host interface at all: stage 1 and the world stay, the surface is drawn.
-  struct Case { std::int32_t result; IDirect3DTexture9* texture; soXIDrawingFunctions* functions; std::size_t back; };
-  for (const Case c : {Case{-1, decor.texture, &functions, 0}, Case{0, nullptr, &functions, 1},
-                       Case{0, decor.texture, nullptr, 0}}) {
-    decor.result = c.result;
-    decor.texture = c.texture;
-    decor.returned.clear();
-    device.SetTransform(D3DTS_WORLD, &identity);
-    device.ClearLog();
-    drawable->Draw(State(&record, c.functions));
-    EXPECT_EQ(device.Log("SetTexture").size() + decor.returned.size(), c.back);
-    EXPECT_EQ(device.Count("DrawPrimitive"), 1u);
-    EXPECT_EQ(decor.refs, 1);
-    EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Floats(identity));
-  }
-}
-
-TEST_F(DrawableTest, StageOneCoordinatesAndBufferSizesFollowTheReadableVertices) {
-  so_surface& wide = object->AddQuads("Two", 2);  // 12 vertices
-  object->AddQuads("B", 1, 3);
-  object->AddQuads("C").vertex_count = 12;  // past its interleaved block: only the block is read
-  drawable->Draw(State());
-  EXPECT_EQ(device.Log("CreateVertexBuffer"), (Log{"CreateVertexBuffer(480, 8, 530, 1, null)",
-                                                   "CreateVertexBuffer(120, 8, 530, 1, null)",
-                                                   "CreateVertexBuffer(240, 8, 530, 1, null)"}));
-  EXPECT_EQ(device.Log("DrawPrimitive"),
-            (Log{"DrawPrimitive(4, 0, 4)", "DrawPrimitive(4, 0, 1)", "DrawPrimitive(4, 0, 2)"}));
-  std::vector<so_uv> expected = square;
-  for (std::size_t i = 6; i < 12; ++i) expected.push_back(wide.interleaved[i].uv0);
-  EXPECT_EQ(Uv("vb1"), expected);
-  EXPECT_EQ(expected.back().u, 1.0f);  // the far corner of the projection
-  EXPECT_EQ(Uv("vb2"), std::vector<so_uv>(square.begin(), square.begin() + 3));
-}
-
-TEST_F(DrawableTest, WhatCannotBeShownIsLeftOut) {
-  for (const char* name : {"One", "A", "B"}) object->AddQuads(name);
-  so_drawing_state no_device = State();
-  no_device.device = nullptr;
-  drawable->Draw(no_device);
-  EXPECT_EQ(device.Log(), Log{});
-  // A screen surface without a picture is skipped, its buffer made anyway.
-  drawable->Draw(State());
-  EXPECT_EQ(device.Count("CreateVertexBuffer"), 3u);
-  EXPECT_EQ(device.Log("SetStreamSource"), (Log{"SetStreamSource(0, vb2, 0, 40)", "SetStreamSource(0, vb3, 0, 40)"}));
-  // A buffer the device refuses is not drawn; one it will not lock is drawn unfilled.
-  drawable->ReleaseDeviceDependentResources();
-  device.Fail("CreateVertexBuffer", 2);
-  device.Fail("Lock", 1);
+  // Refused: stage 1 and the world stay, nothing goes back, the surface is drawn.
+  decor.result = -1;
+  decor.returned.clear();
+  device.SetTransform(D3DTS_WORLD, &identity);
   device.ClearLog();
-  drawable->Draw(State());
-  EXPECT_EQ(device.Log("SetStreamSource"), Log{"SetStreamSource(0, vb4, 0, 40)"});
-  EXPECT_EQ(device.VertexBufferNamed("vb4")->At<std::uint32_t>(0), RecordingDevice::unwritten);
+  drawable->Draw(State(&record, &decor.functions));
+  EXPECT_EQ(device.Log("SetTexture").size() + decor.returned.size(), 0u);
+  EXPECT_EQ(device.Count("DrawPrimitive"), 1u);
+  EXPECT_EQ(decor.refs, 1);
+  EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Floats(identity));
 }
 
 }  // namespace

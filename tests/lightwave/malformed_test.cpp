@@ -1,139 +1,115 @@
-// Malformed files fail cleanly: nothing crashes, nothing is read out of
-// bounds (run under the sanitizers), and only whole files load.
+// Reading primitives, and malformed files failing cleanly: nothing crashes,
+// nothing is read out of bounds (run under the sanitizers), and only whole
+// files load.
 #include <gtest/gtest.h>
 
+#include "objects/lightwave/so_lwo_read.h"
 #include "tests/lightwave/lwo_test_util.h"
 #include "tests/support/lwo_writer.h"
 
 namespace so3d::test {
 namespace {
 
-// A file that uses every chunk the reader knows.
-LwoWriter EveryChunk() {
-  LwoWriter w;
-  w.layer(1, "one")
-      .points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
-      .polygons({{0, 1, 2, 3}, {0, 2, 1}})
-      .bbox({0, 0, 0}, {1, 1, 0})
-      .tags({"Skin", "Bone"})
-      .ptag("SURF", {{1, 1}})
-      .ptag("SMGP", {{0, 1}})
-      .vmap("TXUV", 2, "uv", {{0, 0, {0, 0}}, {2, 0, {1, 1}}})
-      .vmap("TXUV", 2, "uv", {{2, 1, {1, 1}}}, true)
-      .chunk("CLIP", [](IffBytes& b) {
-        b.u4(1).sub("STIL", [](IffBytes& d) { d.str("a.png"); });
-        b.sub("GAMM", [](IffBytes& d) { d.f4(2.2f).index(0); });
-      })
-      .chunk("ENVL", [](IffBytes& b) {
-        b.index(1).sub("KEY ", [](IffBytes& d) { d.f4(0).f4(1); });
-        b.sub("SPAN", [](IffBytes& d) { d.id("TCB ").f4(0).f4(0).f4(0); });
-      })
-      .surface("Skin", [](IffBytes& b) {
-        b.sub("SMAN", [](IffBytes& d) { d.f4(1.0f); });
-        b.sub("BLOK", [](IffBytes& k) {
-          k.sub("IMAP", [](IffBytes& h) {
-            h.str("\x80");
-            h.sub("CHAN", [](IffBytes& c) { c.id("COLR"); });
-          });
-          k.sub("TMAP", [](IffBytes& t) { t.sub("SIZE", [](IffBytes& d) { d.f4(1).f4(1).f4(1).index(0); }); });
-          k.sub("IMAG", [](IffBytes& d) { d.index(1); });
-        });
-      })
-      .layer(2, "two", 1)
-      .points({{0, 0, 1}, {1, 0, 1}, {1, 1, 1}})
-      .polygons({{0, 1, 2}});
-  return w;
+using Body = std::function<void(IffBytes&)>;
+
+TEST(LightWavePrimitives, ReadsCountTheirBytesStayInBoundsAndTheErrorSticks) {
+  using namespace so3d::lwo;
+  TempDir dir;
+  reader r, s;
+  const reader_guard close_r{r}, close_s{s};
+  ASSERT_TRUE(open_reader(r, dir.Write("a.bin", IffBytes().u2(0xBEEF).index4(0x56).raw("\xFF\x01\x02\x03")
+                                                     .str("ab").str("").raw("\x01").bytes()).c_str()));
+  EXPECT_EQ(read_u2(r), 0xBEEF);
+  EXPECT_EQ(read_index(r), 0x56u);  // 4-byte form of a small value
+  EXPECT_EQ(read_index(r), 0x010203u);
+  EXPECT_EQ(read_string(r), "ab");  // padded to even
+  EXPECT_EQ(read_string(r), "");
+  EXPECT_EQ(r.bytes_read, 16);
+  EXPECT_EQ(read_i2(r), 0);  // one byte left: fails
+  const std::uint64_t at = r.position;
+  EXPECT_EQ(read_u1(r), 0);  // the marker sticks: nothing is read
+  EXPECT_TRUE(r.failed() && r.position == at);
+
+  ASSERT_TRUE(open_reader(s, dir.Write("b.bin", "12345678").c_str()));
+  for (std::int64_t bad : {0, 9}) {  // nothing, and one byte more than the file
+    EXPECT_EQ(read_block(s, bad).size, 0u);
+    EXPECT_TRUE(s.failed());
+    s.bytes_read = 0;
+  }
+  EXPECT_EQ(read_block(s, 8).size, 8u);
+  EXPECT_FALSE(s.failed());
+
+  reader t;  // within a block: a 4-byte index with 3 bytes left, a string without its zero
+  const std::uint8_t data[] = {0xFF, 0x00, 0x00, 'h', 'i'};
+  cursor short_index{data, data + 3}, open_string{data + 3, data + 5};
+  EXPECT_EQ(take_index(t, short_index), 0u);
+  EXPECT_TRUE(t.failed());
+  t.bytes_read = 0;
+  EXPECT_EQ(take_string(t, open_string), "");
+  EXPECT_TRUE(t.failed());
 }
 
 TEST(LightWaveMalformed, EveryTruncationFailsAndOnlyTheWholeFileLoads) {
-  const LwoWriter w = EveryChunk();
-  const std::string bytes = w.bytes();
-  ASSERT_NE(LoadBytes(bytes), nullptr);
-  TempDir dir;
-  for (std::size_t n = 0; n < bytes.size(); ++n) {
-    const std::string path = dir.Write("cut.lwo", std::string_view(bytes).substr(0, n));
-    so_lwo_file* file = so_lwo_load(path.c_str());
-    EXPECT_EQ(file, nullptr) << "prefix of " << n << " bytes loaded";
-    so_lwo_release(file);
-  }
-  // Cut at a chunk boundary with the form size to match, each prefix is a
-  // whole file again: the failures above came from the missing bytes alone.
-  for (std::size_t end : w.chunk_ends()) {
-    std::string cut = bytes.substr(0, end);
-    const std::uint32_t form_size = static_cast<std::uint32_t>(end - 8);
-    for (int i = 0; i < 4; ++i) cut[4 + i] = static_cast<char>(form_size >> (24 - 8 * i));
-    EXPECT_NE(LoadBytes(cut), nullptr) << "cut at " << end;
-  }
+  LwoWriter w;  // every chunk the reader knows
+  w.layer(1, "one").points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}).polygons({{0, 1, 2, 3}, {0, 2, 1}});
+  w.bbox({0, 0, 0}, {1, 1, 0}).tags({"Skin", "Bone"}).ptag("SURF", {{1, 1}}).ptag("SMGP", {{0, 1}});
+  w.vmap("TXUV", 2, "uv", {{0, 0, {0, 0}}, {2, 0, {1, 1}}}).vmap("TXUV", 2, "uv", {{2, 1, {1, 1}}}, true);
+  w.chunk("CLIP", [](IffBytes& b) {
+    b.u4(1).sub("STIL", [](IffBytes& d) { d.str("a.png"); }).sub("GAMM", [](IffBytes& d) { d.f4(2.2f).index(0); });
+  });
+  w.chunk("ENVL", [](IffBytes& b) {
+    b.index(1).sub("KEY ", [](IffBytes& d) { d.f4(0).f4(1); });
+    b.sub("SPAN", [](IffBytes& d) { d.id("TCB ").f4(0).f4(0).f4(0); });
+  });
+  w.surface("Skin", [](IffBytes& b) {
+    b.sub("SMAN", [](IffBytes& d) { d.f4(1.0f); }).sub("BLOK", [](IffBytes& k) {
+      k.sub("IMAP", [](IffBytes& h) { h.str("\x80").sub("CHAN", [](IffBytes& c) { c.id("COLR"); }); });
+      k.sub("TMAP", [](IffBytes& t) { t.sub("SIZE", [](IffBytes& d) { d.f4(1).f4(1).f4(1).index(0); }); });
+      k.sub("IMAG", [](IffBytes& d) { d.index(1); });
+    });
+  });
+  w.layer(2, "two", 1).points({{0, 0, 1}, {1, 0, 1}, {1, 1, 1}}).polygons({{0, 1, 2}});
+  ExpectOnlyWholeFilesLoad(w.bytes(), w.chunk_ends());
 }
 
-TEST(LightWaveMalformed, CorruptedBytesNeverCrash) {
-  // Every byte replaced by values that make sizes, counts and indexes
-  // extreme; the outcome may be either, but must be clean.
-  const std::string bytes = EveryChunk().bytes();
-  TempDir dir;
-  int loaded = 0;
-  for (std::size_t i = 12; i < bytes.size(); ++i) {
-    for (char v : {'\x00', '\x01', '\x7F', '\x80', '\xFF'}) {
-      std::string bad = bytes;
-      bad[i] = v;
-      so_lwo_file* file = so_lwo_load(dir.Write("bad.lwo", bad).c_str());
-      loaded += file != nullptr;
-      so_lwo_release(file);
-    }
-  }
-  EXPECT_GT(loaded, 0);
-}
-
-TEST(LightWaveMalformed, HeaderAndForm) {
+TEST(LightWaveMalformed, HeadersFormsAndDeclaredSizes) {
   EXPECT_EQ(so_lwo_load("/nonexistent/object.lwo"), nullptr);
   EXPECT_EQ(so_lwo_load(nullptr), nullptr);
   EXPECT_EQ(LoadBytes(std::string_view("FORM\0\0\0\x04LW", 10)), nullptr);  // short header
-  IffBytes rif;
-  rif.id("RIFF").u4(12).id("LWO2").id("PNTS").u4(0);
-  EXPECT_EQ(LoadBytes(rif.bytes()), nullptr);
+  EXPECT_EQ(LoadBytes(IffBytes().id("RIFF").u4(12).id("LWO2").id("PNTS").u4(0).bytes()), nullptr);
   EXPECT_EQ(LoadBytes(LwoWriter("ILBM").points({{1, 1, 1}}).bytes()), nullptr);
   EXPECT_EQ(LoadBytes(LwoWriter().bytes()), nullptr);  // no chunk at all
-  // The older form goes to its own reader.
-  const LwoFilePtr older = LoadBytes(LwoWriter("LWOB").points({{1, 1, 1}}).bytes());
-  ASSERT_NE(older, nullptr);
-  EXPECT_EQ(older->layers[0]->points.size(), 1u);
-}
+  const LwoWriter form = LwoWriter().points({{1, 1, 1}});  // a form size past the data: a missing header
+  EXPECT_EQ(LoadBytes(form.bytes(static_cast<std::uint32_t>(form.bytes().size()))), nullptr);
 
-TEST(LightWaveMalformed, DeclaredSizesThatDoNotHold) {
-  const auto loads = [](LwoWriter& w, std::optional<std::uint32_t> form_size = {}) {
-    return LoadBytes(w.bytes(form_size)) != nullptr;
+  // Chunks declared past the file, or shorter than their readers need, fail;
+  // empty POLS and TAGS load, empty PNTS, VMAP and VMAD do not.
+  struct Case { const char* id; Body body; std::optional<std::uint32_t> declared; bool loads; };
+  const Case cases[] = {
+      {"JUNK", [](IffBytes& b) { b.u4(0); }, 1000, false},
+      {"PNTS", [](IffBytes& b) { b.f4(1).f4(2).f4(3); }, 0xFFFFFFF0u, false},
+      {"LAYR", [](IffBytes& b) { b.u2(1).u2(0).f4(0).f4(0).f4(0).str("name"); }, 10, false},
+      {"BBOX", [](IffBytes& b) { b.f4(1).f4(1).f4(1).f4(2).f4(2).f4(2); }, 20, false},
+      {"POLS", {}, {}, true}, {"TAGS", {}, {}, true},
+      {"PNTS", {}, {}, false}, {"VMAP", {}, {}, false}, {"VMAD", {}, {}, false},
   };
-  LwoWriter past_end;
-  past_end.points({{1, 1, 1}}).chunk("JUNK", [](IffBytes& b) { b.u4(0); }, 1000);
-  EXPECT_FALSE(loads(past_end));
-  LwoWriter huge;
-  huge.chunk("PNTS", [](IffBytes& b) { b.f4(1).f4(2).f4(3); }, 0xFFFFFFF0u);
-  EXPECT_FALSE(loads(huge));
-  LwoWriter form;  // a form size beyond the data asks for a header that is not there
-  form.points({{1, 1, 1}});
-  EXPECT_FALSE(loads(form, static_cast<std::uint32_t>(form.bytes().size())));
-  // Chunks whose readers need more than the declared size.
-  LwoWriter layer;
-  layer.chunk("LAYR", [](IffBytes& b) { b.u2(1).u2(0).f4(0).f4(0).f4(0).str("name"); }, 10);
-  EXPECT_FALSE(loads(layer));
-  LwoWriter bbox;
-  bbox.points({{1, 1, 1}}).chunk("BBOX", [](IffBytes& b) { b.f4(1).f4(1).f4(1).f4(2).f4(2).f4(2); }, 20);
-  EXPECT_FALSE(loads(bbox));
+  for (const Case& c : cases)
+    EXPECT_EQ(LoadBytes(LwoWriter().points({{1, 1, 1}}).chunk(c.id, c.body, c.declared).bytes()) != nullptr, c.loads)
+        << c.id;
 }
 
 TEST(LightWaveMalformed, RecordsCrossingTheirBlockEnd) {
-  const auto fails = [](const std::function<void(IffBytes&)>& pols_body, std::string_view id = "POLS") {
-    LwoWriter w;
-    w.points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).chunk(id, pols_body);
-    return LoadBytes(w.bytes()) == nullptr;
+  const std::pair<const char*, Body> cases[] = {
+      {"POLS", [](IffBytes& b) { b.id("FACE").u2(3).u2(0).u2(1); }},  // third index missing
+      {"POLS", [](IffBytes& b) { b.id("FACE").u2(2).u2(0).u2(1).u2(1).raw("\xFF\x00"); }},
+      {"POLS", [](IffBytes& b) { b.id("FACE"); }},  // kind without polygons: empty block
+      {"TAGS", [](IffBytes& b) { b.raw("abcd"); }},  // no zero
+      {"VMAP", [](IffBytes& b) { b.id("TXUV").u2(2).str("uv").u2(0).f4(1); }},
+      {"VMAD", [](IffBytes& b) { b.id("TXUV").u2(1).str("uv").u2(0).u2(0).u2(0); }},
+      {"PTAG", [](IffBytes& b) { b.id("SURF").u2(0); }},  // record without its tag
   };
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("FACE").u2(3).u2(0).u2(1); }));  // third index missing
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("FACE").u2(2).u2(0).u2(1).u2(1).raw("\xFF\x00"); }));
-  EXPECT_TRUE(fails([](IffBytes& b) { b.raw("abcd"); }, "TAGS"));  // no zero
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("TXUV").u2(2).str("uv").u2(0).f4(1); }, "VMAP"));
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("TXUV").u2(1).str("uv").u2(0).u2(0).u2(0); }, "VMAD"));
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("FACE"); }));  // kind without polygons: empty block
-  EXPECT_TRUE(fails([](IffBytes& b) { b.id("SURF").u2(0); }, "PTAG"));  // record without its tag
+  for (const auto& [id, body] : cases)
+    EXPECT_EQ(LoadBytes(LwoWriter().points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).chunk(id, body).bytes()), nullptr) << id;
 }
 
 TEST(LightWaveMalformed, IndexesPastTheirArraysFailTheLoad) {

@@ -1,4 +1,5 @@
-// SURF chunks: attributes, defaults, texture layers and shaders.
+// SURF, CLIP and ENVL chunks: attributes, defaults, texture layers, shaders,
+// clip sources and envelope keys.
 #include <gtest/gtest.h>
 
 #include "tests/lightwave/lwo_test_util.h"
@@ -9,14 +10,15 @@ namespace {
 
 using Body = std::function<void(IffBytes&)>;
 
+LwoFilePtr WithChunk(std::string_view id, const Body& body, std::optional<std::uint32_t> declared = {}) {
+  return LoadBytes(LwoWriter().chunk(id, body, declared).points({{1, 1, 1}}).bytes());
+}
+
 // Loads a file that holds one surface and returns it (the file stays alive
 // in `holder`).
 const so_lwo_surface* OneSurface(LwoFilePtr& holder, const Body& body) {
-  LwoWriter w;
-  w.surface("Skin", body);
-  holder = LoadBytes(w.bytes());
-  if (!holder || holder->surfaces.size() != 1) return nullptr;
-  return holder->surfaces[0].get();
+  holder = LoadBytes(LwoWriter().surface("Skin", body).bytes());
+  return holder && holder->surfaces.size() == 1 ? holder->surfaces[0].get() : nullptr;
 }
 
 // A BLOK with a texture layer header (ordinal, channel) and attributes.
@@ -24,73 +26,48 @@ Body TextureBlock(std::string_view kind, std::string_view ordinal, std::string_v
                   const Body& attributes = {}) {
   return [=](IffBytes& b) {
     b.sub("BLOK", [&](IffBytes& k) {
-      k.sub(kind, [&](IffBytes& h) {
-        h.str(ordinal);
-        h.sub("CHAN", [&](IffBytes& c) { c.id(channel); });
-        h.sub("OPAC", [](IffBytes& c) { c.u2(1).f4(0.5f).index(3); });
-        h.sub("ENAB", [](IffBytes& c) { c.u2(0); });
-      });
+      k.sub(kind, [&](IffBytes& h) { h.str(ordinal).sub("CHAN", [&](IffBytes& c) { c.id(channel); }); });
       if (attributes) attributes(k);
     });
   };
 }
 
-TEST(LightWaveSurface, UnknownSubchunkOnlyLeavesTheDefaults) {
-  LwoFilePtr file;
-  const so_lwo_surface* s = OneSurface(file, [](IffBytes& b) { b.sub("XYZW", [](IffBytes& d) { d.u4(7); }); });
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(s->name, "Skin");
-  EXPECT_TRUE(s->source_name.empty());
-  for (float c : s->color.rgb) EXPECT_EQ(c, 0.78431f);
-  EXPECT_EQ(s->diffuse.value, 1.0f);
-  EXPECT_EQ(s->glossiness.value, 0.4f);
-  EXPECT_EQ(s->bump.value, 1.0f);
-  EXPECT_EQ(s->refraction_index.value, 1.0f);
-  EXPECT_EQ(s->sidedness, 1);
-  EXPECT_EQ(s->specular.value, 0.0f);
-}
-
-TEST(LightWaveSurface, AlphaLineAndOverrunningSubchunks) {
+TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn) {
   LwoFilePtr file;
   const so_lwo_surface* s = OneSurface(file, [](IffBytes& b) {
+    b.sub("XYZW", [](IffBytes& d) { d.u4(7); });  // unknown: skipped
     b.sub("ALPH", [](IffBytes& d) { d.u2(2).f4(0.25f); });
     b.sub("AVAL", [](IffBytes& d) { d.f4(0.75f); });  // alpha only
     b.sub("LINE", {});                                  // size 0: enables, nothing more
   });
   ASSERT_NE(s, nullptr);
-  EXPECT_EQ(s->alpha_mode, 2);
-  EXPECT_EQ(s->alpha, 0.75f);
-  EXPECT_EQ(s->line.enabled, 1);
-  EXPECT_EQ(s->line.line_flags, 0);
-
-  s = OneSurface(file, [](IffBytes& b) { b.sub("LINE", [](IffBytes& d) { d.u2(5).f4(2.0f); }); });
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(s->line.line_flags, 5);
-  EXPECT_EQ(s->line.size.value, 2.0f);
-  EXPECT_EQ(s->line.size.envelope, 0);  // size 6 holds no envelope
-
+  EXPECT_EQ(s->color.rgb[2], 0.78431f);  // defaults stay
+  EXPECT_TRUE(s->alpha_mode == 2 && s->alpha == 0.75f);
+  EXPECT_TRUE(s->line.enabled == 1 && s->line.line_flags == 0);
   // A sub-chunk that reads more than its declared size fails the surface,
   // and so does a texture block whose attributes run past its end.
   EXPECT_EQ(OneSurface(file, [](IffBytes& b) { b.begin_sub("COLR").f4(1).f4(1).f4(1).index(0).end_sub(4); }),
             nullptr);
   EXPECT_EQ(OneSurface(file, [](IffBytes& b) {
-              b.begin_sub("BLOK");
-              b.sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
-              b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
-              b.end_sub(14);  // PROJ starts inside and ends 2 bytes past
+              b.begin_sub("BLOK").sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
+              b.sub("PROJ", [](IffBytes& d) { d.u2(1); }).end_sub(14);  // PROJ ends 2 bytes past
               b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
             }),
             nullptr);
+  // The declared size (16) ends inside the DIFF sub-chunk's data: the
+  // surface reads it whole, and reading goes on after it.
+  file = WithChunk(
+      "SURF", [](IffBytes& b) { b.str("Over").str("").sub("DIFF", [](IffBytes& d) { d.f4(0.25f).index(0); }); }, 16);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->surfaces[0]->diffuse.value, 0.25f);
+  EXPECT_EQ(file->layers[0]->points.size(), 1u);
 }
 
 TEST(LightWaveSurface, TextureLayersOfEachKind) {
   LwoFilePtr file;
   const so_lwo_surface* s = OneSurface(file, [](IffBytes& b) {
     TextureBlock("IMAP", "\x80", "COLR", [](IffBytes& k) {
-      k.sub("TMAP", [](IffBytes& t) {
-        t.sub("CNTR", [](IffBytes& d) { d.f4(1).f4(2).f4(3).index(0); });
-      });
-      k.sub("PROJ", [](IffBytes& d) { d.u2(5); });
+      k.sub("TMAP", [](IffBytes& t) { t.sub("CNTR", [](IffBytes& d) { d.f4(1).f4(2).f4(3).index(0); }); });
       k.sub("IMAG", [](IffBytes& d) { d.index(3); });
     })(b);
     TextureBlock("PROC", "\x80", "DIFF", [](IffBytes& k) {
@@ -98,39 +75,25 @@ TEST(LightWaveSurface, TextureLayersOfEachKind) {
       k.sub("FUNC", [](IffBytes& d) { d.str("Noise").raw("\x01\x02"); });
     })(b);
     TextureBlock("GRAD", "\x81", "BUMP", [](IffBytes& k) {
-      k.sub("FKEY", [](IffBytes& d) {
-        for (int i = 0; i < 10; ++i) d.f4(static_cast<float>(i));
-      });
-      k.sub("IKEY", [](IffBytes& d) { d.u2(1).u2(2); });
+      k.sub("FKEY", [](IffBytes& d) { for (int i = 0; i < 10; ++i) d.f4(static_cast<float>(i)); });
     })(b);
   });
   ASSERT_NE(s, nullptr);
-  ASSERT_EQ(s->color.textures.size(), 1u);
-  const so_lwo_texture& t = s->color.textures[0];
-  EXPECT_EQ(t.kind, zFourCC("IMAP"));
-  EXPECT_EQ(t.opacity.value, 0.5f);
-  EXPECT_EQ(t.enabled, 0);
-  EXPECT_EQ(t.placement.size.value[0], 1.0f);  // default kept
-  EXPECT_EQ(t.placement.center.value[2], 3.0f);
-  EXPECT_EQ(t.image_map.projection, 5);
+  const so_lwo_texture& t = s->color.textures.at(0);
+  EXPECT_TRUE(t.placement.center.value[2] == 3.0f && t.placement.size.value[0] == 1.0f);  // default kept
   EXPECT_EQ(t.image_map.clip_index, 3);
-
-  ASSERT_EQ(s->diffuse.textures.size(), 1u);
-  const so_lwo_procedural& p = s->diffuse.textures[0].procedural;
-  EXPECT_EQ(p.value[0], 0.5f);
-  EXPECT_EQ(p.value[1], 0.0f);
+  const so_lwo_procedural& p = s->diffuse.textures.at(0).procedural;
+  EXPECT_TRUE(p.value[0] == 0.5f && p.value[1] == 0.0f);
   EXPECT_EQ(p.function_data, (std::vector<std::uint8_t>{1, 2}));
-
-  ASSERT_EQ(s->bump.textures.size(), 1u);
-  const so_lwo_gradient& g = s->bump.textures[0].gradient;
+  const so_lwo_gradient& g = s->bump.textures.at(0).gradient;
   ASSERT_EQ(g.keys.size(), 2u);  // 40 bytes
   EXPECT_EQ(g.keys[1].rgba[3], 9.0f);
-  EXPECT_EQ(g.key_modes, (std::vector<std::uint16_t>{1, 2}));
 }
 
 TEST(LightWaveSurface, LayersAndShadersSortByUnsignedOrdinalKeepingFileOrder) {
   const auto layer = [](std::string_view ordinal, std::uint16_t axis) {
-    return TextureBlock("PROC", ordinal, "COLR", [axis](IffBytes& k) { k.sub("AXIS", [axis](IffBytes& d) { d.u2(axis); }); });
+    return TextureBlock("PROC", ordinal, "COLR",
+                        [axis](IffBytes& k) { k.sub("AXIS", [axis](IffBytes& d) { d.u2(axis); }); });
   };
   const auto shader = [](std::string_view ordinal, std::string_view name) {
     return [=](IffBytes& b) {
@@ -142,44 +105,90 @@ TEST(LightWaveSurface, LayersAndShadersSortByUnsignedOrdinalKeepingFileOrder) {
   };
   LwoFilePtr file;
   const so_lwo_surface* s = OneSurface(file, [&](IffBytes& b) {
-    layer("\x80", 1)(b);
-    layer("\x70", 2)(b);
-    layer("\x80", 3)(b);
-    layer("", 4)(b);
-    TextureBlock("PROC", "\x01", "XXXX")(b);  // no such channel: dropped
-    layer("\x70", 5)(b);
-    shader("\x90", "Late")(b);
-    shader("\x85", "Early")(b);
+    for (const Body& block : {layer("\x80", 1), layer("\x70", 2), layer("\x80", 3), layer("", 4),
+                              TextureBlock("PROC", "\x01", "XXXX"),  // no such channel: dropped
+                              layer("\x70", 5), Body(shader("\x90", "Late")), Body(shader("\x85", "Early"))})
+      block(b);
   });
   ASSERT_NE(s, nullptr);
   std::vector<int> order;
   for (const so_lwo_texture& t : s->color.textures) order.push_back(t.procedural.axis);
   EXPECT_EQ(order, (std::vector<int>{4, 2, 5, 1, 3}));
   ASSERT_EQ(s->shader_count, 2);
-  EXPECT_EQ(s->shaders[0].name, "Early");
-  EXPECT_EQ(s->shaders[0].flags, 1u);
-  EXPECT_TRUE(s->shaders[0].data.empty());
+  EXPECT_TRUE(s->shaders[0].name == "Early" && s->shaders[0].flags == 1u && s->shaders[0].data.empty());
   EXPECT_EQ(s->shaders[1].name, "Late");
 }
 
-TEST(LightWaveSurface, ChunkMayEndAfterItsNamesOrOverrunItsSize) {
-  LwoWriter bare;
-  bare.surface("Bare").points({{1, 2, 3}});
-  auto file = LoadBytes(bare.bytes());
+TEST(LightWaveClip, SourcesAndSubchunksThatMustEndExactlyAtTheChunkSize) {
+  auto file = WithChunk("CLIP", [](IffBytes& b) {
+    b.u4(3).sub("STIL", [](IffBytes& d) { d.str("a.png"); });
+    b.sub("BRIT", [](IffBytes& d) { d.f4(0.5f).index(7); });
+    b.sub("STIL", [](IffBytes& d) { d.str("ignored.png"); });  // only the first is the source
+    b.sub("IFLT", [](IffBytes& d) { d.str("Blur").u2(3).raw("\x09\x08"); });
+  });
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(file->surfaces[0]->name, "Bare");
-  EXPECT_EQ(file->layers[0]->points.size(), 1u);
+  const so_lwo_clip& c = *file->clips[0];
+  EXPECT_TRUE(c.index == 3 && c.kind == so_lwo_clip_still && c.file_name == "a.png");
+  EXPECT_TRUE(c.brightness.value == 0.5f && c.brightness.envelope == 7 && c.contrast.value == 1.0f);
+  ASSERT_EQ(c.image_filter_count, 1);
+  EXPECT_EQ(c.image_filters[0].data, (std::vector<std::uint8_t>{9, 8}));
+  file = WithChunk("CLIP", [](IffBytes& b) {
+    b.u4(1).sub("ISEQ", [](IffBytes& d) { d.u1(3).u1(1).u2(0xFFFE).u2(1).u2(30).str("frame").str(".png"); });
+  });
+  ASSERT_NE(file, nullptr);
+  EXPECT_TRUE(file->clips[0]->frame_offset == -2 && file->clips[0]->suffix == ".png");  // signed offset
 
-  // The declared size (16) ends inside the DIFF sub-chunk's data: the
-  // surface reads it whole, and reading goes on after it.
-  LwoWriter over;
-  over.chunk("SURF", [](IffBytes& b) { b.str("Over").str("").sub("DIFF", [](IffBytes& d) { d.f4(0.25f).index(0); }); },
-             16)
-      .points({{1, 2, 3}});
-  file = LoadBytes(over.bytes());
+  const Body body = [](IffBytes& b) {
+    b.u4(1).sub("STIL", [](IffBytes& d) { d.str("a.png"); });
+    b.sub("CONT", [](IffBytes& d) { d.f4(2).index(0); });
+  };
+  // 4 + 12 + 12 = 28 bytes; a smaller declared size fails, unlike a surface.
+  EXPECT_EQ(WithChunk("CLIP", body, 26), nullptr);
+  EXPECT_EQ(WithChunk("CLIP", body, 18), nullptr);  // a 2-byte tail holds no sub-chunk
+  file = WithChunk("CLIP", body, 28);
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(file->surfaces[0]->diffuse.value, 0.25f);
-  EXPECT_EQ(file->layers[0]->points.size(), 1u);
+  EXPECT_EQ(file->clips[0]->contrast.value, 2.0f);
+  file = WithChunk("CLIP", [](IffBytes& b) { b.u4(9); });  // ends after its index: no source
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->clips[0]->kind, 0u);
+}
+
+TEST(LightWaveEnvelope, KeysInTimeOrderWithSpanParametersByShape) {
+  const auto key = [](IffBytes& b, float time, float value) {
+    b.sub("KEY ", [=](IffBytes& d) { d.f4(time).f4(value); });
+  };
+  const auto span = [](IffBytes& b, std::string_view shape, std::vector<float> params) {
+    b.sub("SPAN", [&](IffBytes& d) {
+      d.id(shape);
+      for (float p : params) d.f4(p);
+    });
+  };
+  auto file = WithChunk("ENVL", [&](IffBytes& b) {
+    b.index(1).sub("CHAN", [](IffBytes& d) { d.str("Noise").u2(1).raw("\x01\x02\x03\x04"); });
+    key(b, 1, 10);
+    span(b, "BEZ2", {1, 2, 3, 4, 5, 6});  // size 28: only four kept
+    key(b, 2, 20);
+    span(b, "TCB ", {0.5f});  // missing parameters stay zero
+    key(b, 1, 11);            // equal time: after the earlier key
+    span(b, "TCB ", {0.1f, 0.2f, 0.3f, 0.4f});
+    key(b, 0, 0);  // earlier time: goes first
+    span(b, "LINE", {7, 8});
+  });
+  ASSERT_NE(file, nullptr);
+  const so_envelope& e = *file->envelopes[0];
+  ASSERT_EQ(e.filter_count, 1);
+  EXPECT_EQ(e.filters[0].data.size(), 4u);
+  std::vector<const so_envelope_key*> keys;
+  for (const so_envelope_key* k = e.keys; k; k = k->next) keys.push_back(k);
+  ASSERT_EQ(keys.size(), 4u);
+  EXPECT_TRUE(keys[0]->shape == so_shape_line && keys[0]->param[0] == 0.0f);
+  EXPECT_EQ(keys[1]->value, 10.0f);
+  EXPECT_EQ(std::vector<float>(keys[1]->param, keys[1]->param + 4), (std::vector<float>{1, 2, 3, 4}));
+  EXPECT_TRUE(keys[2]->value == 11.0f && keys[2]->bias == 0.3f && keys[2]->param[0] == 0.0f);
+  EXPECT_TRUE(keys[3]->tension == 0.5f && keys[3]->continuity == 0.0f);
+  // A span before any key, or a key past the declared size, fails.
+  EXPECT_EQ(WithChunk("ENVL", [&](IffBytes& b) { span(b.index(1), "TCB ", {0, 0, 0}); }), nullptr);
+  EXPECT_EQ(WithChunk("ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12), nullptr);
 }
 
 }  // namespace

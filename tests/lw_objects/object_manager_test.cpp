@@ -47,66 +47,57 @@ soObject* Find(soObjectManager& manager, const char* name) {
 
 }  // namespace
 
-TEST(soObjectManager, SharesOneNewLightWaveObjectPerExactName) {
-  std::vector<std::string> log;
-  TestManager manager(log);
-  soObject* a = Find(manager, "objects/cube.lwo");
-  EXPECT_EQ(Find(manager, "objects/cube.lwo"), a);
-  EXPECT_EQ(manager.ReferenceObject(a), 2);  // the count before this reference
-  for (const char* other : {"objects/Cube.lwo", "./objects/cube.lwo", "objects/cube"}) {
-    EXPECT_NE(Find(manager, other), a) << other;
-  }
-  const soObject* source = static_cast<Wrapper*>(a)->source.get();
-  ASSERT_NE(dynamic_cast<const soLightWaveObject*>(source), nullptr);
-  EXPECT_STREQ(source->Name().CString(), "objects/cube.lwo");
-  EXPECT_EQ(source->SurfaceCount(), 0);  // not loaded yet
-}
-
-TEST(soObjectManager, CountsDownAndDestroysAtZeroOrWithTheManager) {
+TEST(soObjectManager, SharesOneLightWaveObjectPerExactNameCountsReferencesAndDestroys) {
   std::vector<std::string> log;
   {
     TestManager manager(log);
-    soObject* a = Find(manager, "a");
+    soObject* a = Find(manager, "objects/a.lwo");
+    EXPECT_EQ(Find(manager, "objects/a.lwo"), a);
+    for (const char* other : {"objects/A.lwo", "./objects/a.lwo", "objects/a"}) {
+      soObject* o = Find(manager, other);
+      EXPECT_NE(o, a);
+      EXPECT_EQ(manager.ReleaseObject(o), 0);
+    }
+    const soObject* source = static_cast<Wrapper*>(a)->source.get();
+    ASSERT_NE(dynamic_cast<const soLightWaveObject*>(source), nullptr);
+    EXPECT_STREQ(source->Name().CString(), "objects/a.lwo");
+    EXPECT_EQ(source->SurfaceCount(), 0);  // not loaded yet
     soObject* b = Find(manager, "b");
     soObject* c = Find(manager, "c");
-    EXPECT_EQ(Find(manager, "a"), a);
+    EXPECT_EQ(manager.ReferenceObject(c), 1);  // the count before this reference
     EXPECT_EQ(manager.ReleaseObject(a), 1);
+    log.clear();
     EXPECT_EQ(manager.ReleaseObject(a), 0);
-    EXPECT_EQ(log, std::vector<std::string>{"destroy a"});
+    EXPECT_EQ(log, std::vector<std::string>{"destroy objects/a.lwo"});
     EXPECT_EQ(manager.ReleaseObject(a), -1);  // gone
     EXPECT_EQ(manager.ReferenceObject(a), -1);
     EXPECT_EQ(manager.ReferenceObject(nullptr), 0);
-    EXPECT_EQ(manager.ReleaseObject(nullptr), 0);
     soOverlayObject stranger("b");
     EXPECT_EQ(manager.ReferenceObject(&stranger), -1);
-    EXPECT_EQ(manager.ReferenceObject(c), 1);
 
-    Find(manager, "a");  // a fresh object, now last in order
+    Find(manager, "a");  // a fresh object, last in order
     EXPECT_EQ(manager.ReleaseObject(b), 0);
     log.clear();
     manager.ReleaseAllDeviceDependentResources();
     EXPECT_EQ(log, (std::vector<std::string>{"release c", "release a"}));
+
+    // Host objects register like any other; nothing does when no drawable is made.
+    auto* overlay = new soOverlayObject("overlay");
+    soObject* drawable = nullptr;
+    ASSERT_EQ(manager.CreateDrawable(overlay, &drawable), 0);
+    EXPECT_EQ(static_cast<Wrapper*>(drawable)->source.get(), overlay);
+    EXPECT_EQ(Find(manager, "overlay"), drawable);
+    EXPECT_EQ(manager.ReleaseObject(drawable), 1);
+    manager.refuse = true;
+    soOverlayObject kept("kept");  // stays the caller's
+    soObject* out = &kept;
+    EXPECT_EQ(manager.CreateDrawable(&kept, &out), -1);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(manager.FindObject("x.lwo", &out), -1);  // its new object is not leaked
+    EXPECT_EQ(manager.FindObject(nullptr, &out), -1);
+    manager.refuse = false;
+    EXPECT_EQ(manager.ReferenceObject(Find(manager, "x.lwo")), 1);  // no stale entry
     log.clear();
   }
-  EXPECT_EQ(log, (std::vector<std::string>{"destroy c", "destroy a"}));
-}
-
-TEST(soObjectManager, RegistersHostObjectsAndNothingOnFailure) {
-  std::vector<std::string> log;
-  TestManager manager(log);
-  auto* overlay = new soOverlayObject("overlay");
-  soObject* drawable = nullptr;
-  ASSERT_EQ(manager.CreateDrawable(overlay, &drawable), 0);
-  EXPECT_EQ(static_cast<Wrapper*>(drawable)->source.get(), overlay);
-  EXPECT_EQ(Find(manager, "overlay"), drawable);  // found by name like any other
-
-  manager.refuse = true;
-  soOverlayObject kept("kept");  // stays the caller's when no drawable is made
-  soObject* out = &kept;
-  EXPECT_EQ(manager.CreateDrawable(&kept, &out), -1);
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(manager.FindObject("x.lwo", &out), -1);  // its new object is not leaked
-  EXPECT_EQ(manager.FindObject(nullptr, &out), -1);
-  manager.refuse = false;
-  EXPECT_EQ(manager.ReferenceObject(Find(manager, "x.lwo")), 1);  // no stale entry
+  EXPECT_EQ(log, (std::vector<std::string>{"destroy c", "destroy a", "destroy overlay", "destroy x.lwo"}));
 }
