@@ -88,11 +88,8 @@ so_lwo_file* so_lwo_load(const char* path) {
     reader r;
     if (!open_reader(r, path)) return nullptr;
     reader_guard guard{r};
-    r.bytes_read = 0;
-    const std::uint32_t form = read_u4(r);
-    const std::uint32_t form_size = read_u4(r);
-    const std::uint32_t form_type = read_u4(r);
-    if (r.bytes_read != 12 || form != id("FORM")) return nullptr;
+    std::uint32_t form_size = 0, form_type = 0;
+    if (!read_form_header(r, form_size, form_type)) return nullptr;
     if (form_type == id("LWOB")) {
       close_reader(r);
       return so_lwo_load_older(path);

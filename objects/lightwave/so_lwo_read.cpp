@@ -5,6 +5,7 @@
 #include <new>
 
 #include "module/so_module.h"
+#include "platform/foundation/z_types.h"
 #include "platform/memory/large_blocks.h"
 
 
@@ -17,6 +18,14 @@ void reader::count(std::uint64_t n) {
     return;
   }
   bytes_read += static_cast<std::int32_t>(n);
+}
+
+bool read_form_header(reader& r, std::uint32_t& form_size, std::uint32_t& form_type) {
+  r.bytes_read = 0;
+  const std::uint32_t form = read_u4(r);
+  form_size = read_u4(r);
+  form_type = read_u4(r);
+  return r.bytes_read == 12 && form == zFourCC("FORM");
 }
 
 bool open_reader(reader& r, const char* path) {

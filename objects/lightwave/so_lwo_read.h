@@ -36,6 +36,10 @@ struct reader {
 bool open_reader(reader& r, const char* path);
 void close_reader(reader& r);
 
+// The 12-byte IFF header: false unless all of it was read and it starts a
+// FORM. Counts from a fresh bytes_read.
+bool read_form_header(reader& r, std::uint32_t& form_size, std::uint32_t& form_type);
+
 // Closes the reader's file however a load ends.
 struct reader_guard {
   reader& r;
