@@ -3,7 +3,8 @@
 # are already there are left alone; the package lists are refreshed only when
 # something is missing.
 set -euo pipefail
-packages=(cmake g++ ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libstb-dev "$@")
+packages=(cmake g++ ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev libstb-dev
+          libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -1,0 +1,123 @@
+#pragma once
+// GlesDevice: an IDirect3DDevice9 over OpenGL ES 3, headless. It renders into
+// its own framebuffer (RGBA8 colour, 24-bit depth with stencil) of the size
+// it was made with, and hands the frame back with ReadPixels.
+//
+// It emulates the fixed-function subset the module drives: world, view and
+// projection transforms (Direct3D's row vectors, left-handed, depth 0 to 1,
+// pixel centres on integers); a material lit with no lights (emissive plus
+// ambient × the global ambient, the diffuse alpha); two texture stages with
+// DISABLE, SELECTARG1, SELECTARG2 and MODULATE over DIFFUSE, CURRENT,
+// TEXTURE and TFACTOR (the default, opaque white); alpha blending; culling
+// with clockwise front faces; depth test and write; linear or point
+// sampling with wrap, mirror or clamp addressing. A stage whose argument is
+// TEXTURE while no texture is bound reads opaque white.
+//
+// Every Set* call validates (D3DERR_INVALIDCALL), compares, stores into one
+// DeviceState and marks a dirty group; DrawPrimitive applies the groups
+// through a GL state cache, so an unchanged state costs no GL call.
+// SetTexture and SetStreamSource hold a reference on what they bind, as
+// Direct3D does. Draws need BeginScene; Clear does not.
+//
+// All calls on one thread at a time; the device makes its context current
+// on the calling thread when it needs GL.
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "backends/gles/device_state.h"
+#include "backends/gles/ffp_program.h"
+#include "backends/gles/gl_state_cache.h"
+#include "platform/d3d9/d3d9.h"
+
+namespace so3d::gles {
+
+struct GlesRuntime;
+
+enum class PixelOrder { bgra, rgba };
+
+struct DeviceOptions {
+  UINT width = 720;
+  UINT height = 480;
+};
+
+class GlesDevice final : public IDirect3DDevice9 {
+ public:
+  // A device with one reference. E_FAIL when no ES 3 context can be made
+  // (then `why`, which may be null, says why), D3DERR_INVALIDCALL for a zero
+  // or too large size.
+  static HRESULT Create(const DeviceOptions& options, GlesDevice** out, std::string* why = nullptr);
+
+  ULONG AddRef() override;
+  ULONG Release() override;
+
+  HRESULT BeginScene() override;
+  HRESULT EndScene() override;
+  // `rects` (Count of them, in pixels from the top left) limit the clear;
+  // null with a Count of 0 clears everything.
+  HRESULT Clear(DWORD Count, const D3DRECT* pRects, DWORD Flags, D3DCOLOR Color, float Z,
+                DWORD Stencil) override;
+  HRESULT CreateTexture(UINT Width, UINT Height, UINT Levels, DWORD Usage, D3DFORMAT Format, D3DPOOL Pool,
+                        IDirect3DTexture9** ppTexture, HANDLE* pSharedHandle) override;
+  HRESULT CreateVertexBuffer(UINT Length, DWORD Usage, DWORD FVF, D3DPOOL Pool,
+                             IDirect3DVertexBuffer9** ppVertexBuffer, HANDLE* pSharedHandle) override;
+  HRESULT SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) override;
+  HRESULT GetTransform(D3DTRANSFORMSTATETYPE State, D3DMATRIX* pMatrix) override;
+  HRESULT SetMaterial(const D3DMATERIAL9* pMaterial) override;
+  HRESULT SetRenderState(D3DRENDERSTATETYPE State, DWORD Value) override;
+  HRESULT SetTexture(DWORD Stage, IDirect3DBaseTexture9* pTexture) override;
+  HRESULT SetTextureStageState(DWORD Stage, D3DTEXTURESTAGESTATETYPE Type, DWORD Value) override;
+  HRESULT SetSamplerState(DWORD Sampler, D3DSAMPLERSTATETYPE Type, DWORD Value) override;
+  HRESULT DrawPrimitive(D3DPRIMITIVETYPE PrimitiveType, UINT StartVertex, UINT PrimitiveCount) override;
+  HRESULT SetFVF(DWORD FVF) override;
+  // Only null (the fixed pipeline) is accepted.
+  HRESULT SetVertexShader(IDirect3DVertexShader9* pShader) override;
+  HRESULT SetStreamSource(UINT StreamNumber, IDirect3DVertexBuffer9* pStreamData, UINT OffsetInBytes,
+                          UINT Stride) override;
+
+  UINT Width() const { return width_; }
+  UINT Height() const { return height_; }
+  // The frame, rows top to bottom, four bytes a pixel in `order`, rows
+  // `pitch` bytes apart (at least Width() × 4). No allocation after the first call.
+  HRESULT ReadPixels(std::uint8_t* out, std::size_t pitch, PixelOrder order);
+  // Convenience: the whole frame as one tightly packed block.
+  std::vector<std::uint8_t> ReadPixels(PixelOrder order);
+
+  const DeviceState& State() const { return state_; }
+  const GlCallCounts& Counts() const;
+  void ResetCounts();
+  const std::string& Renderer() const;  // GL_RENDERER of the context
+  const std::string& Platform() const;  // the EGL display that served
+
+ private:
+  friend struct std::default_delete<GlesDevice>;
+  GlesDevice(std::shared_ptr<GlesRuntime> runtime, UINT width, UINT height);
+  ~GlesDevice() override;
+  HRESULT build(std::string* why);
+
+  // Draw-time application of the dirty groups.
+  void apply_transforms();
+  void apply_material();
+  void apply_fixed_state();
+  void apply_stages();
+  void apply_textures_and_samplers();
+  void apply_vertices();
+
+  std::shared_ptr<GlesRuntime> runtime_;
+  std::atomic<ULONG> references_{1};
+  UINT width_, height_;
+  DeviceState state_;
+  std::uint32_t dirty_ = dirty_all;
+  bool in_scene_ = false;
+  FfpProgram program_;
+  GLuint framebuffer_ = 0;
+  GLuint colour_ = 0, depth_ = 0;  // renderbuffers
+  GLuint vertex_array_ = 0;
+  GLuint samplers_[stage_count] = {};
+  std::vector<std::uint8_t> readback_;
+};
+
+}  // namespace so3d::gles

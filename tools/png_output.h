@@ -1,0 +1,29 @@
+#pragma once
+// PNG files of rendered frames, and a contact sheet that gathers shrunken
+// copies of them in a grid.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace so3d::tools {
+
+// `rgba`: width × height pixels, R, G, B, A bytes, rows top to bottom.
+bool WritePng(const std::string& path, unsigned width, unsigned height, const std::vector<std::uint8_t>& rgba);
+
+class ContactSheet {
+ public:
+  // Frames of width × height shrink to at most `thumb_width` wide.
+  ContactSheet(unsigned width, unsigned height, int columns, unsigned thumb_width = 240);
+  // Shrinks a frame (R, G, B, A) and keeps it; false when memory is short.
+  bool Add(const std::vector<std::uint8_t>& rgba);
+  // The grid, 4-pixel gaps on a dark ground; false if nothing was added or
+  // the file cannot be written.
+  bool Write(const std::string& path) const;
+
+ private:
+  unsigned width_, height_, thumb_w_, thumb_h_;
+  int columns_;
+  std::vector<std::vector<std::uint8_t>> thumbs_;
+};
+
+}  // namespace so3d::tools

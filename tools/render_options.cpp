@@ -1,0 +1,135 @@
+#include "tools/render_options.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace so3d::tools {
+
+namespace {
+
+constexpr int max_screen = 5;
+constexpr unsigned max_side = 8192;
+constexpr int max_frames = 100000;
+
+bool ToFloat(const char* text, float& out) {
+  char* end = nullptr;
+  errno = 0;
+  const float v = std::strtof(text, &end);
+  if (errno || end == text || *end) return false;
+  out = v;
+  return true;
+}
+
+bool ToInt(const char* text, long low, long high, int& out) {
+  char* end = nullptr;
+  errno = 0;
+  const long v = std::strtol(text, &end, 10);
+  if (errno || end == text || *end || v < low || v > high) return false;
+  out = int(v);
+  return true;
+}
+
+bool ToSize(const char* text, unsigned& w, unsigned& h) {
+  const char* x = std::strchr(text, 'x');
+  if (!x) return false;
+  const std::string left(text, x);
+  int wi = 0, hi = 0;
+  if (!ToInt(left.c_str(), 1, max_side, wi) || !ToInt(x + 1, 1, max_side, hi)) return false;
+  w = unsigned(wi);
+  h = unsigned(hi);
+  return true;
+}
+
+bool ToColour(const char* text, std::uint32_t& out) {
+  if (*text == '#') ++text;
+  if (std::strlen(text) != 6) return false;
+  char* end = nullptr;
+  const unsigned long v = std::strtoul(text, &end, 16);
+  if (*end) return false;
+  out = 0xFF000000u | std::uint32_t(v);
+  return true;
+}
+
+}  // namespace
+
+const char* Usage() {
+  return "usage: so3d-render [options] A.lws [B.lws]\n"
+         "Renders a scene, or a transition from scene A to scene B, to PNG frames.\n"
+         "  --size WxH          output size in pixels (720x480)\n"
+         "  --frames N          frames to render, evenly over the time range (25)\n"
+         "  --from T --to T     time range (0 to 2; a transition always runs 0 to 2)\n"
+         "  --time-a T          scene time that A is taken at in a transition (0)\n"
+         "  --time-b T          scene time that B is taken at in a transition (0)\n"
+         "  --nest CARRIER.lws  draw A and B inside the carrier's screen-0 and screen-1\n"
+         "                      objects instead of morphing A into B\n"
+         "  --screen N=FILE     picture for screen N (0-5); generated test pictures\n"
+         "                      show every screen that has none\n"
+         "  --out DIR           folder for frame_NNNN.png (.)\n"
+         "  --sheet FILE        also write a contact sheet of all frames\n"
+         "  --columns N         frames per row of the contact sheet (5)\n"
+         "  --background RRGGBB clear colour (000000)\n";
+}
+
+bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::string& error) {
+  bool range_given = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    auto value = [&](const char*& out) {
+      if (i + 1 >= argc) {
+        error = arg + " needs a value";
+        return false;
+      }
+      out = argv[++i];
+      return true;
+    };
+    const char* v = nullptr;
+    if (arg == "-h" || arg == "--help") {
+      o.help = true;
+      return true;
+    } else if (arg == "--size") {
+      if (!value(v)) return false;
+      if (!ToSize(v, o.width, o.height)) return error = "bad --size (WxH, 1 to 8192 each): " + std::string(v), false;
+    } else if (arg == "--frames") {
+      if (!value(v)) return false;
+      if (!ToInt(v, 1, max_frames, o.frames)) return error = "bad --frames: " + std::string(v), false;
+    } else if (arg == "--from" || arg == "--to" || arg == "--time-a" || arg == "--time-b") {
+      if (!value(v)) return false;
+      float& target = arg == "--from" ? o.from : arg == "--to" ? o.to : arg == "--time-a" ? o.time_a : o.time_b;
+      if (!ToFloat(v, target)) return error = "bad " + arg + ": " + std::string(v), false;
+      range_given |= arg == "--from" || arg == "--to";
+    } else if (arg == "--nest") {
+      if (!value(v)) return false;
+      o.nest = v;
+    } else if (arg == "--screen") {
+      if (!value(v)) return false;
+      const char* eq = std::strchr(v, '=');
+      int n = 0;
+      if (!eq || !ToInt(std::string(v, eq).c_str(), 0, max_screen, n) || !eq[1])
+        return error = "bad --screen (N=FILE, N from 0 to 5): " + std::string(v), false;
+      o.screens[n] = eq + 1;
+    } else if (arg == "--out") {
+      if (!value(v)) return false;
+      o.out = v;
+    } else if (arg == "--sheet") {
+      if (!value(v)) return false;
+      o.sheet = v;
+    } else if (arg == "--columns") {
+      if (!value(v)) return false;
+      if (!ToInt(v, 1, 1000, o.columns)) return error = "bad --columns: " + std::string(v), false;
+    } else if (arg == "--background") {
+      if (!value(v)) return false;
+      if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB): " + std::string(v), false;
+    } else if (!arg.empty() && arg[0] == '-') {
+      return error = "unknown option " + arg, false;
+    } else {
+      o.scenes.push_back(arg);
+    }
+  }
+  if (o.scenes.empty() || o.scenes.size() > 2) return error = "give one or two scene files", false;
+  if (o.scenes.size() == 2 && range_given) return error = "--from/--to apply to a single scene", false;
+  if (!o.nest.empty() && o.scenes.size() != 2) return error = "--nest needs two scenes", false;
+  return true;
+}
+
+}  // namespace so3d::tools

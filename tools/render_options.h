@@ -1,0 +1,32 @@
+#pragma once
+// Command line of so3d-render.
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace so3d::tools {
+
+struct RenderOptions {
+  unsigned width = 720;
+  unsigned height = 480;
+  int frames = 25;
+  float from = 0.0f;  // time of the first frame
+  float to = 2.0f;    // time of the last frame
+  float time_a = 0.0f;  // scene times of A and B in a transition
+  float time_b = 0.0f;
+  std::string nest;  // carrier scene: draw A and B inside it instead of morphing
+  std::map<int, std::string> screens;  // screen number → picture file
+  std::string out = ".";
+  std::string sheet;
+  int columns = 5;
+  std::uint32_t background = 0xFF000000;  // A8R8G8B8
+  std::vector<std::string> scenes;  // one or two
+  bool help = false;
+};
+
+// False with a message in `error` when the command line cannot be used.
+bool ParseOptions(int argc, const char* const* argv, RenderOptions& options, std::string& error);
+const char* Usage();
+
+}  // namespace so3d::tools

@@ -1,0 +1,217 @@
+// so3d-render: a host on the command line. Loads one scene, or two and makes
+// a transition of them, feeds pictures in as screens, renders frames on the
+// OpenGL ES device and writes them as PNG files.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "backends/gles/gles_device.h"
+#include "platform/foundation/z_boot.h"
+#include "platform/image/image_file.h"
+#include "render/so_d3d_object_manager.h"
+#include "render/so_d3d_scene_renderer.h"
+#include "scene/so_scene.h"
+#include "textures/so_d3d_texture_manager.h"
+#include "tools/png_output.h"
+#include "tools/render_options.h"
+#include "tools/test_pictures.h"
+
+namespace {
+
+using so3d::gles::GlesDevice;
+using so3d::tools::RenderOptions;
+
+constexpr int screen_count = soD3DTextureManager::screen_count;
+constexpr float transition_duration = 2.0f;
+
+struct Release {
+  void operator()(IUnknown* p) const {
+    if (p) p->Release();
+  }
+};
+
+// One screen's picture on the device.
+struct Screen {
+  std::unique_ptr<IDirect3DTexture9, Release> texture;
+  unsigned width = 0, height = 0;
+};
+
+bool Upload(GlesDevice& device, const std::vector<std::uint8_t>& bgra, unsigned w, unsigned h, Screen& out) {
+  IDirect3DTexture9* texture = nullptr;
+  if (FAILED(device.CreateTexture(w, h, 1, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &texture, nullptr))) return false;
+  out.texture.reset(texture);
+  D3DLOCKED_RECT locked{};
+  if (FAILED(texture->LockRect(0, &locked, nullptr, 0))) return false;
+  for (unsigned y = 0; y < h; ++y)
+    std::memcpy(static_cast<std::uint8_t*>(locked.pBits) + std::size_t(y) * unsigned(locked.Pitch),
+                bgra.data() + std::size_t(y) * w * 4, std::size_t(w) * 4);
+  texture->UnlockRect(0);
+  out.width = w;
+  out.height = h;
+  return true;
+}
+
+bool LoadPicture(GlesDevice& device, const std::string& path, Screen& out) {
+  so3d::image::Picture picture;
+  if (so3d::image::DecodeFile(path.c_str(), picture) != so3d::image::Status::ok) {
+    std::fprintf(stderr, "so3d-render: cannot read picture %s\n", path.c_str());
+    return false;
+  }
+  // Large photographs come down to what a texture can hold.
+  constexpr std::int32_t limit = 4096;
+  if (picture.width > limit || picture.height > limit) {
+    const double f = double(limit) / std::max(picture.width, picture.height);
+    so3d::image::Picture smaller;
+    if (so3d::image::Scale(picture, std::max(1, int(picture.width * f)), std::max(1, int(picture.height * f)),
+                           smaller) != so3d::image::Status::ok)
+      return false;
+    picture = std::move(smaller);
+  }
+  if (!Upload(device, picture.bgra, unsigned(picture.width), unsigned(picture.height), out)) {
+    std::fprintf(stderr, "so3d-render: cannot make a texture for %s\n", path.c_str());
+    return false;
+  }
+  return true;
+}
+
+std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::string& path) {
+  std::unique_ptr<soScene> scene(soScene::Factory(objects.TextureManager(), objects));
+  if (!scene) return nullptr;
+  if (const std::int32_t status = scene->Load(path.c_str(), objects.ObjectHandedness()); status != 0) {
+    std::fprintf(stderr, "so3d-render: cannot load scene %s (error %d)\n", path.c_str(), int(status));
+    return nullptr;
+  }
+  scene->LoadTextures();
+  return scene;
+}
+
+int Run(const RenderOptions& o) {
+  std::string why;
+  GlesDevice* raw_device = nullptr;
+  if (FAILED(GlesDevice::Create({o.width, o.height}, &raw_device, &why))) {
+    std::fprintf(stderr, "so3d-render: no OpenGL ES 3 device: %s\n", why.c_str());
+    return 1;
+  }
+  std::unique_ptr<GlesDevice, Release> device(raw_device);
+  std::printf("device: %ux%u on %s (%s)\n", o.width, o.height, device->Renderer().c_str(), device->Platform().c_str());
+
+  std::vector<Screen> screens(screen_count);
+  for (int n = 0; n < screen_count; ++n) {
+    const auto given = o.screens.find(n);
+    const bool ok = given != o.screens.end()
+                        ? LoadPicture(*device, given->second, screens[std::size_t(n)])
+                        : Upload(*device, so3d::tools::TestPicture(n, o.width, o.height), o.width, o.height,
+                                 screens[std::size_t(n)]);
+    if (!ok) return 1;
+  }
+
+  auto objects = std::make_unique<soD3DObjectManager>(device.get());
+  auto* textures = dynamic_cast<soD3DTextureManager*>(&objects->TextureManager());
+  if (!textures) {
+    std::fprintf(stderr, "so3d-render: out of memory\n");
+    return 1;
+  }
+  // Screen n is served under slot n + 1: transitions pair the objects of A
+  // and B whose screen entries carry the same slot.
+  so_screen_data table[screen_count];
+  for (int n = 0; n < screen_count; ++n) table[n] = {n, n + 1, nullptr, 0};
+
+  std::vector<std::unique_ptr<soScene>> loaded;
+  for (const std::string& path : o.scenes) {
+    loaded.push_back(LoadScene(*objects, path));
+    if (!loaded.back()) return 1;
+  }
+  soScene* drawn = loaded[0].get();
+  std::unique_ptr<soScene> carrier;
+  float from = o.from, to = o.to;
+  if (loaded.size() == 2) {
+    from = 0.0f;
+    to = transition_duration;
+    if (!o.nest.empty()) {
+      carrier = LoadScene(*objects, o.nest);
+      if (!carrier) return 1;
+      carrier->AddSubScene(loaded[0].get(), table, so_subscene_max_screens, o.time_a, loaded[1].get(), table,
+                           so_subscene_max_screens, o.time_b);
+    } else {
+      carrier.reset(soScene::Factory(objects->TextureManager(), *objects));
+      if (!carrier) return 1;
+      carrier->Interpolate(loaded[0].get(), table, screen_count, o.time_a, loaded[1].get(), table, screen_count,
+                           o.time_b);
+    }
+    drawn = carrier.get();
+  }
+
+  std::error_code ec;
+  std::filesystem::create_directories(o.out, ec);
+  soD3DSceneRenderer renderer(device.get());
+  renderer.Initalize(std::int32_t(o.width), std::int32_t(o.height));
+  renderer.UpdateProjectionSize(std::int32_t(o.width), std::int32_t(o.height));
+  so3d::tools::ContactSheet sheet(o.width, o.height, o.columns);
+  std::vector<std::uint8_t> frame(std::size_t(o.width) * o.height * 4);
+  int written = 0;
+  for (int i = 0; i < o.frames; ++i) {
+    const float t = o.frames > 1 ? from + (to - from) * float(i) / float(o.frames - 1) : from;
+    for (int n = 0; n < screen_count; ++n) {
+      const Screen& s = screens[std::size_t(n)];
+      textures->SetTexture(n + 1, n, s.texture.get(), soTextureManager::so_alpha_opaque, std::int32_t(s.width),
+                           std::int32_t(s.height), 1.0f, 1.0f);
+    }
+    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, o.background, 1.0f, 0);
+    device->BeginScene();
+    renderer.Draw(drawn, table, screen_count, t, transition_duration, 0, nullptr, 0, nullptr);
+    device->EndScene();
+    if (FAILED(device->ReadPixels(frame.data(), std::size_t(o.width) * 4, so3d::gles::PixelOrder::rgba))) {
+      std::fprintf(stderr, "so3d-render: reading frame %d back failed\n", i);
+      return 1;
+    }
+    // Blending leaves partial alpha behind; a picture file shows the colours as they are.
+    for (std::size_t p = 3; p < frame.size(); p += 4) frame[p] = 0xFF;
+    char name[32];
+    std::snprintf(name, sizeof name, "frame_%04d.png", i);
+    const std::string path = (std::filesystem::path(o.out) / name).string();
+    if (!so3d::tools::WritePng(path, o.width, o.height, frame)) {
+      std::fprintf(stderr, "so3d-render: cannot write %s\n", path.c_str());
+      return 1;
+    }
+    ++written;
+    if (!o.sheet.empty() && !sheet.Add(frame)) std::fprintf(stderr, "so3d-render: contact sheet skips frame %d\n", i);
+  }
+  textures->UnbindAll();
+  std::printf("wrote %d frames (time %g to %g) to %s\n", written, double(from), double(to), o.out.c_str());
+  if (!o.sheet.empty()) {
+    if (!sheet.Write(o.sheet)) {
+      std::fprintf(stderr, "so3d-render: cannot write contact sheet %s\n", o.sheet.c_str());
+      return 1;
+    }
+    std::printf("contact sheet: %s\n", o.sheet.c_str());
+  }
+  // Scenes release their objects before the registry goes, and the registry
+  // its buffers before the device.
+  carrier.reset();
+  loaded.clear();
+  objects.reset();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  RenderOptions options;
+  std::string error;
+  if (!so3d::tools::ParseOptions(argc, argv, options, error)) {
+    std::fprintf(stderr, "so3d-render: %s\n%s", error.c_str(), so3d::tools::Usage());
+    return 2;
+  }
+  if (options.help) {
+    std::printf("%s", so3d::tools::Usage());
+    return 0;
+  }
+  zBoot::BootAll();
+  const int status = Run(options);
+  zBoot::ShutdownAll();
+  return status;
+}
