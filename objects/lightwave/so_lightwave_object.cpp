@@ -121,41 +121,39 @@ std::vector<std::int64_t> count_triangles(const so_lwo_file& file) {
   return triangles;
 }
 
-void add_corner(so_surface& surface, const so_lwo_layer& layer, const so_lwo_corner& corner,
-                bool right_handed) {
-  const float* p = layer.points[static_cast<std::size_t>(corner.point)].position;
-  const std::int32_t at = surface.vertex_count++;
-  if (right_handed) {
-    surface.vertices[at] = so_vector3{p[0], p[1], -p[2]};
-    surface.normals[at] = so_vector3{corner.normal[0], corner.normal[1], -corner.normal[2]};
-  } else {
-    surface.vertices[at] = so_vector3{p[0], p[1], p[2]};
-    surface.normals[at] = so_vector3{corner.normal[0], corner.normal[1], corner.normal[2]};
-  }
+// Writes one corner's position and normal, z negated for right-handed
+// output.
+inline void put_corner(so_vector3* vertex, so_vector3* normal, const so_lwo_point* points,
+                       const so_lwo_corner& corner, float z_sign) {
+  const float* p = points[corner.point].position;
+  *vertex = so_vector3{p[0], p[1], p[2] * z_sign};
+  *normal = so_vector3{corner.normal[0], corner.normal[1], corner.normal[2] * z_sign};
 }
 
 // Fans every drawable polygon of every layer into its surface's arrays, in
-// layer and polygon order.
+// layer and polygon order. Right-handed output reverses each triangle.
 void add_triangles(so_surface* surfaces, const so_lwo_file& file, bool right_handed) {
   const std::size_t surface_total = file.surfaces.size();
+  const float z_sign = right_handed ? -1.0f : 1.0f;
   for (const auto& layer : file.layers) {
     if (layer == nullptr) continue;
+    const so_lwo_point* points = layer->points.data();
     for (const so_lwo_polygon& polygon : layer->polygons) {
       if (!drawable(*layer, polygon, surface_total)) continue;
       so_surface& surface = surfaces[polygon.surface];
       const so_lwo_corner* corner = layer->corners.data() + polygon.corner_first;
       if (!points_exist(*layer, corner, polygon.corner_count)) continue;
+      // Room was counted per surface before allocating: the fan fits.
+      so_vector3* vertex = surface.vertices + surface.vertex_count;
+      so_vector3* normal = surface.normals + surface.vertex_count;
       for (std::int32_t k = 1; k + 1 < polygon.corner_count; ++k) {
-        if (right_handed) {
-          add_corner(surface, *layer, corner[k + 1], true);
-          add_corner(surface, *layer, corner[k], true);
-          add_corner(surface, *layer, corner[0], true);
-        } else {
-          add_corner(surface, *layer, corner[0], false);
-          add_corner(surface, *layer, corner[k], false);
-          add_corner(surface, *layer, corner[k + 1], false);
-        }
+        const so_lwo_corner& first = right_handed ? corner[k + 1] : corner[0];
+        const so_lwo_corner& last = right_handed ? corner[0] : corner[k + 1];
+        put_corner(vertex++, normal++, points, first, z_sign);
+        put_corner(vertex++, normal++, points, corner[k], z_sign);
+        put_corner(vertex++, normal++, points, last, z_sign);
       }
+      surface.vertex_count += 3 * (polygon.corner_count - 2);
     }
   }
 }

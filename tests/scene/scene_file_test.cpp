@@ -153,7 +153,7 @@ TEST(SceneFile, PublicSceneFiles) {
   ASSERT_EQ(s.scene->ObjectCount(), 1u);
   so_vectors v{};
   so_object_data d{};
-  for (const auto [time, x] : {std::pair{0.0f, 0.0f}, {0.6666667f, 2.0691125f}, {1.3333334f, -2.3748658f}}) {
+  for (const auto& [time, x] : {std::pair{0.0f, 0.0f}, {0.6666667f, 2.0691125f}, {1.3333334f, -2.3748658f}}) {
     s.scene->EvaluateObject(0, time, false, &v, &d, nullptr);
     EXPECT_NEAR(v.pos.x, x, 1e-4f) << "at " << time;
   }
