@@ -20,17 +20,8 @@
 namespace {
 
 using so3d::test::LwoWriter;
+using so3d::test::QuadObject;
 using so3d::test::SceneWriter;
-
-std::string Quad(float w, float h) {
-  LwoWriter lwo;
-  lwo.tags({"One"})
-      .points({{-w / 2, -h / 2, 0}, {-w / 2, h / 2, 0}, {w / 2, h / 2, 0}, {w / 2, -h / 2, 0}})
-      .polygons({{0, 1, 2, 3}})
-      .ptag("SURF", {{0, 0}})
-      .surface("One");
-  return lwo.bytes();
-}
 
 std::string Box(float w, float h, float d) {
   const float x = w / 2, y = h / 2, z = d / 2;
@@ -79,7 +70,7 @@ int main(int argc, char** argv) {
   card.Object("card.lwo", 1);
   Place(card, 0, 0, 0, 0.5f, 0.25f, 1.2f);
 
-  const bool ok = Write(dir / "screen.lwo", Quad(7.2f, 4.8f)) && Write(dir / "card.lwo", Box(3.0f, 2.0f, 0.25f)) &&
+  const bool ok = Write(dir / "screen.lwo", QuadObject(7.2f, 4.8f)) && Write(dir / "card.lwo", Box(3.0f, 2.0f, 0.25f)) &&
                   Write(dir / "flat.lws", flat.Text()) && Write(dir / "card.lws", card.Text());
   if (!ok) {
     std::fprintf(stderr, "make_demo_effect: cannot write into %s\n", dir.c_str());

@@ -17,6 +17,10 @@ inline constexpr std::int64_t max_points = 0x7FFFFFFF - 0x00FFFFFF;
 // Largest count of polygons, corners, tags or map records.
 inline constexpr std::int64_t max_count = 0x7FFFFFFF;
 
+// Makes room for a POLS chunk's polygons and corners and sets the layer's
+// offsets to the totals before it. False when the counts would overflow.
+bool reserve_polygons(so_lwo_layer& layer, std::size_t polygons, std::size_t corners);
+
 // LAYR: the first one names the first layer; each later one appends a layer
 // and makes it `current`.
 bool read_layer(reader& r, so_lwo_file& file, so_lwo_layer*& current, std::uint32_t size);

@@ -86,6 +86,22 @@ bool read_points(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   return true;
 }
 
+bool reserve_polygons(so_lwo_layer& layer, std::size_t polygons, std::size_t corners) {
+  const std::size_t old_polygons = layer.polygons.size();
+  const std::size_t old_corners = layer.corners.size();
+  if (static_cast<std::int64_t>(old_polygons + polygons) > max_count ||
+      static_cast<std::int64_t>(old_corners + corners) > max_count)
+    return false;
+  // Records are appended whole, so nothing is written twice.
+  layer.polygons.reserve(old_polygons + polygons);
+  layer.corners.reserve(old_corners + corners);
+  so3d::advise_large_block(layer.polygons.data(), layer.polygons.capacity() * sizeof(so_lwo_polygon));
+  so3d::advise_large_block(layer.corners.data(), layer.corners.capacity() * sizeof(so_lwo_corner));
+  layer.polygons_offset = static_cast<std::int32_t>(old_polygons);
+  layer.corners_offset = static_cast<std::int32_t>(old_corners);
+  return true;
+}
+
 bool read_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   if (size == 0) return true;
   r.bytes_read = 0;
@@ -111,22 +127,11 @@ bool read_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
     ++polygon_total;
     corner_total += corners;
   }
-  const std::size_t old_polygons = layer.polygons.size();
-  const std::size_t old_corners = layer.corners.size();
-  if (static_cast<std::int64_t>(old_polygons + polygon_total) > max_count ||
-      static_cast<std::int64_t>(old_corners + corner_total) > max_count)
-    return false;
-  // Records are appended whole, so nothing is written twice.
-  layer.polygons.reserve(old_polygons + polygon_total);
-  layer.corners.reserve(old_corners + corner_total);
-  so3d::advise_large_block(layer.polygons.data(), layer.polygons.capacity() * sizeof(so_lwo_polygon));
-  so3d::advise_large_block(layer.corners.data(), layer.corners.capacity() * sizeof(so_lwo_corner));
-  layer.polygons_offset = static_cast<std::int32_t>(old_polygons);
-  layer.corners_offset = static_cast<std::int32_t>(old_corners);
+  if (!reserve_polygons(layer, polygon_total, corner_total)) return false;
 
   // Pass 2 runs unchecked: pass 1 proved every record fits.
   const std::uint32_t point_offset = static_cast<std::uint32_t>(layer.points_offset);
-  std::int32_t next_corner = static_cast<std::int32_t>(old_corners);
+  std::int32_t next_corner = layer.corners_offset;
   for (const std::uint8_t* p = data.begin(); p != data.end();) {
     const std::uint16_t word = load_u2(p);
     p += 2;

@@ -43,20 +43,12 @@ bool read_older_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
     ++polygon_total;
     corner_total += corners;
   }
-  const std::size_t old_polygons = layer.polygons.size();
-  const std::size_t old_corners = layer.corners.size();
-  if (static_cast<std::int64_t>(old_polygons + polygon_total) > max_count ||
-      static_cast<std::int64_t>(old_corners + corner_total) > max_count)
-    return false;
-  layer.polygons.reserve(old_polygons + polygon_total);
-  layer.corners.reserve(old_corners + corner_total);
-  layer.polygons_offset = static_cast<std::int32_t>(old_polygons);
-  layer.corners_offset = static_cast<std::int32_t>(old_corners);
+  if (!reserve_polygons(layer, polygon_total, corner_total)) return false;
 
   // Pass 2 runs unchecked: pass 1 proved every record fits. Point indexes
   // and surface numbers are checked by the finishing steps.
   const std::int32_t point_offset = layer.points_offset;
-  std::int32_t next_corner = static_cast<std::int32_t>(old_corners);
+  std::int32_t next_corner = layer.corners_offset;
   for (const std::uint8_t* p = data.begin(); p != data.end();) {
     so_lwo_polygon polygon;
     polygon.corner_count = load_u2(p);

@@ -26,16 +26,6 @@ constexpr unsigned quad_x0 = 45, quad_x1 = 135, quad_y0 = 30, quad_y1 = 90;
 constexpr D3DCOLOR background = 0xFF202020;
 const Rgba quadrant_colours[2][2] = {{{255, 0, 0, 255}, {0, 255, 0, 255}}, {{0, 0, 255, 255}, {255, 255, 0, 255}}};
 
-std::string QuadFile(float w, float h) {
-  LwoWriter lwo;
-  lwo.tags({"One"})
-      .points({{-w / 2, -h / 2, 0}, {-w / 2, h / 2, 0}, {w / 2, h / 2, 0}, {w / 2, -h / 2, 0}})
-      .polygons({{0, 1, 2, 3}})
-      .ptag("SURF", {{0, 0}})
-      .surface("One");
-  return lwo.bytes();
-}
-
 class LibraryOnGles : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -51,7 +41,7 @@ class LibraryOnGles : public ::testing::Test {
       return 0xFF000000u | std::uint32_t(c.r) << 16 | std::uint32_t(c.g) << 8 | std::uint32_t(c.b);
     });
     ASSERT_TRUE(picture_);
-    dir_.Write("quad.lwo", QuadFile(3.6f, 2.4f));
+    dir_.Write("quad.lwo", QuadObject(3.6f, 2.4f));
   }
   void TearDown() override {
     scene_.reset();

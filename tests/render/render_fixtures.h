@@ -14,17 +14,6 @@
 
 namespace so3d::test {
 
-// A flat w × h quad on the surface "One", centred on the origin.
-inline std::string QuadObject(float w = 2, float h = 1) {
-  LwoWriter lwo;
-  lwo.tags({"One"})
-      .points({{-w / 2, -h / 2, 0}, {-w / 2, h / 2, 0}, {w / 2, h / 2, 0}, {w / 2, -h / 2, 0}})
-      .polygons({{0, 1, 2, 3}})
-      .ptag("SURF", {{0, 0}})
-      .surface("One");
-  return lwo.bytes();
-}
-
 // One Draw as a drawable received it, with the device's transforms at the
 // moment of the call. The state's pointers are compared, never followed.
 struct DrawnObject {

@@ -202,4 +202,14 @@ LwobWriter& LwobWriter::surface(std::string_view name, const std::function<void(
   });
 }
 
+std::string QuadObject(float w, float h) {
+  LwoWriter lwo;
+  lwo.tags({"One"})
+      .points({{-w / 2, -h / 2, 0}, {-w / 2, h / 2, 0}, {w / 2, h / 2, 0}, {w / 2, -h / 2, 0}})
+      .polygons({{0, 1, 2, 3}})
+      .ptag("SURF", {{0, 0}})
+      .surface("One");
+  return lwo.bytes();
+}
+
 }  // namespace so3d::test

@@ -121,4 +121,7 @@ class LwobWriter {
   LwoWriter form_{"LWOB"};
 };
 
+// A flat w × h quad on the surface "One", centred on the origin.
+std::string QuadObject(float w = 2, float h = 1);
+
 }  // namespace so3d::test
