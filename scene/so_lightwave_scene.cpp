@@ -1,6 +1,7 @@
 #include "scene/so_lightwave_scene.h"
 
 #include <cstdlib>
+#include <new>
 
 #include "module/so_module.h"
 #include "objects/so_object_manager.h"
@@ -247,10 +248,16 @@ void soLightWaveScene::DefaultCameraVectors(so_vectors& v) {
 }
 
 std::int32_t soLightWaveScene::AddObject(soObject* object) {
-  auto item = std::make_unique<so_scene_item>();
+  // Everything that can fail happens before the reference is counted.
+  std::unique_ptr<so_scene_item> item;
+  try {
+    item = std::make_unique<so_scene_item>();
+    object_refs_.reserve(object_refs_.size() + 1);
+    items_.reserve(items_.size() + 1);
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
   item->object = object;
-  object_refs_.reserve(object_refs_.size() + 1);
-  items_.reserve(items_.size() + 1);
   if (object) ReferenceObject(object);
   object_refs_.push_back(object);
   items_.push_back(std::move(item));
@@ -258,6 +265,10 @@ std::int32_t soLightWaveScene::AddObject(soObject* object) {
 }
 
 std::int32_t soLightWaveScene::AddLight() {
-  lights_.push_back(std::make_unique<so_scene_item>());
+  try {
+    lights_.push_back(std::make_unique<so_scene_item>());
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
   return static_cast<std::int32_t>(lights_.size()) - 1;
 }

@@ -2,6 +2,7 @@
 // load objects, add lights and the camera, and key motion channels.
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
@@ -92,7 +93,13 @@ std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
     if (!complete) return 0;  // a last line without a break is not parsed
     line_[length] = '\0';
     while (pos < size && (data[pos] == '\n' || data[pos] == '\r')) ++pos;
-    parse_line(line_, handedness);
+    // Memory running short ends the reading like any other unreadable
+    // line: what was read stays.
+    try {
+      parse_line(line_, handedness);
+    } catch (const std::bad_alloc&) {
+      return 0;
+    }
   }
   return 0;
 }

@@ -2,6 +2,7 @@
 // (Interpolate), and sub-scene pairs drawn inside a third scene
 // (AddSubScene).
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "objects/so_object.h"
@@ -67,7 +68,13 @@ std::int32_t soScene::Interpolate(soScene* a, so_screen_data* screens_a, std::in
   }
 
   const std::uint32_t na = a->ObjectCount(), nb = b->ObjectCount();
-  std::vector<bool> used_a(na, false), used_b(nb, false);
+  std::vector<bool> used_a, used_b;
+  try {
+    used_a.assign(na, false);
+    used_b.assign(nb, false);
+  } catch (const std::bad_alloc&) {
+    return 0;  // camera, ambient and lights are in; the objects are left out
+  }
   so_object_data d{};
 
   // Pairing: each object of A takes the first unused object of B whose
@@ -191,7 +198,13 @@ void soScene::AddSubScene(soScene* a, so_screen_data* screens_a, std::int32_t co
   // same entries so that what is recorded is what was applied.
   count_a = std::clamp(screens_a ? count_a : 0, 0, so_subscene_max_screens);
   count_b = std::clamp(screens_b ? count_b : 0, 0, so_subscene_max_screens);
-  auto record = std::make_unique<so_subscene>();
+  std::unique_ptr<so_subscene> record;
+  try {
+    record = std::make_unique<so_subscene>();
+    subscenes_.reserve(subscenes_.size() + 1);
+  } catch (const std::bad_alloc&) {
+    return;  // nothing recorded, nothing pinned
+  }
   *record = so_subscene{};
   record->scene_a = a;
   record->scene_b = b;
