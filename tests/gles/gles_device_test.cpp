@@ -1,210 +1,123 @@
-// The device on a real GL context: what reaches the pixels, and the
-// Direct3D contracts of its calls (bounds, references, scenes).
+// The device on a real GL context: what reaches the pixels, the Direct3D
+// contracts of its calls (bounds, references, scenes), what its state cache
+// sends to GL, and the clip transform as numbers.
 #include <gtest/gtest.h>
 
+#include "backends/gles/clip_transform.h"
 #include "tests/gles/gles_test_support.h"
 
 namespace {
 
 using namespace so3d::test;
-using so3d::gles::PixelOrder;
+using namespace so3d::gles;
 
 constexpr std::uint32_t red = 0xFFFF0000, green = 0xFF00FF00, blue = 0xFF0000FF, white = 0xFFFFFFFF;
-
-// Stage 0 shows the texture as it is: the state the module sets up, with a
-// white emissive material.
-void ShowTextureUnlit(IDirect3DDevice9& d) {
-  D3DMATERIAL9 m{};
-  m.Diffuse = m.Emissive = {1, 1, 1, 1};
-  d.SetMaterial(&m);
-  d.SetRenderState(D3DRS_CULLMODE, D3DCULL_NONE);
-  d.SetTextureStageState(0, D3DTSS_COLOROP, D3DTOP_MODULATE);
-  d.SetTextureStageState(0, D3DTSS_COLORARG1, D3DTA_TEXTURE);
-  d.SetTextureStageState(0, D3DTSS_COLORARG2, D3DTA_DIFFUSE);
-  d.SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-}
+constexpr DWORD target_and_depth = D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER;
 
 TEST(GlesDevice, ClearReadsBackInBothByteOrdersAndRectsCountFromTheTop) {
   SO3D_REQUIRE_DEVICE(device, 8, 4);
-  ASSERT_EQ(device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, D3DCOLOR_ARGB(255, 10, 20, 30), 1, 0), D3D_OK);
+  ASSERT_EQ(device->Clear(0, nullptr, target_and_depth, D3DCOLOR_ARGB(255, 10, 20, 30), 1, 0), D3D_OK);
   const std::vector<std::uint8_t> bgra = device->ReadPixels(PixelOrder::bgra);
-  const std::vector<std::uint8_t> rgba = device->ReadPixels(PixelOrder::rgba);
   ASSERT_EQ(bgra.size(), 8u * 4 * 4);
-  EXPECT_EQ((std::vector<int>{bgra[0], bgra[1], bgra[2], bgra[3]}), (std::vector<int>{30, 20, 10, 255}));
-  EXPECT_EQ((std::vector<int>{rgba[0], rgba[1], rgba[2], rgba[3]}), (std::vector<int>{10, 20, 30, 255}));
-
+  EXPECT_EQ((Rgba{bgra[0], bgra[1], bgra[2], bgra[3]}), (Rgba{30, 20, 10, 255}));
   const D3DRECT top_left{0, 0, 4, 2};
   ASSERT_EQ(device->Clear(1, &top_left, D3DCLEAR_TARGET, red, 1, 0), D3D_OK);
   const Frame f = Read(*device);
-  EXPECT_EQ(f.At(0, 0), (Rgba{255, 0, 0, 255}));
   EXPECT_EQ(f.At(3, 1), (Rgba{255, 0, 0, 255}));
   EXPECT_EQ(f.At(4, 0), (Rgba{10, 20, 30, 255}));
   EXPECT_EQ(f.At(0, 2), (Rgba{10, 20, 30, 255}));
-
   EXPECT_EQ(device->Clear(1, nullptr, D3DCLEAR_TARGET, 0, 1, 0), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->Clear(0, nullptr, D3DCLEAR_ZBUFFER, 0, 1.5f, 0), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->Clear(0, nullptr, 0, 0, 1, 0), D3DERR_INVALIDCALL);
 }
 
 TEST(GlesDevice, TextureRowsAndChannelsLandUpright) {
   SO3D_REQUIRE_DEVICE(device, 64, 64);
   // Quadrants: red top left, green top right, blue bottom left, white bottom right.
-  auto texture = Texture(*device, 2, 2, [](unsigned x, unsigned y) {
-    const std::uint32_t c[2][2] = {{red, green}, {blue, white}};
-    return c[y][x];
-  });
-  ASSERT_TRUE(texture);
-  ShowTextureUnlit(*device);
-  device->SetTexture(0, texture.get());
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));
-  device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0, 1, 0);
-  ASSERT_EQ(DrawTriangles(*device, quad.get(), 2), D3D_OK);
+  auto texture = Texture(*device, 2, 2, [](unsigned x, unsigned y) { return y ? (x ? white : blue) : (x ? green : red); });
+  ModuleState(*device, texture.get());
+  ASSERT_EQ(DrawQuad(*device), D3D_OK);
   const Frame f = Read(*device);
-  EXPECT_EQ(f.At(8, 8), (Rgba{255, 0, 0, 255}));
-  EXPECT_EQ(f.At(56, 8), (Rgba{0, 255, 0, 255}));
-  EXPECT_EQ(f.At(8, 56), (Rgba{0, 0, 255, 255}));
-  EXPECT_EQ(f.At(56, 56), (Rgba{255, 255, 255, 255}));
-}
-
-TEST(GlesDevice, PixelCentresSitOnIntegersAsInDirect3D) {
-  // A full-frame quad over a texture of the frame's size samples each
-  // pixel at the left edge of its texel: with linear filtering pixel 1
-  // mixes texels 0 and 1 half and half. GL's own centres would give texel 1.
-  SO3D_REQUIRE_DEVICE(device, 4, 1);
-  auto texture = Texture(*device, 4, 1, [](unsigned x, unsigned) { return x == 0 ? 0xFF000000u : 0xFFC8C8C8u; });
-  ShowTextureUnlit(*device);
-  device->SetTexture(0, texture.get());
-  device->SetSamplerState(0, D3DSAMP_MINFILTER, D3DTEXF_LINEAR);
-  device->SetSamplerState(0, D3DSAMP_MAGFILTER, D3DTEXF_LINEAR);
-  device->SetSamplerState(0, D3DSAMP_ADDRESSU, D3DTADDRESS_CLAMP);
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));
-  ASSERT_EQ(DrawTriangles(*device, quad.get(), 2), D3D_OK);
-  const Frame f = Read(*device);
-  EXPECT_EQ(f.At(0, 0).r, 0);
-  EXPECT_NEAR(f.At(1, 0).r, 100, 2);
-  EXPECT_EQ(f.At(2, 0).r, 200);
-}
-
-TEST(GlesDevice, CullModesNameTheOnScreenWindingThatIsDropped) {
-  SO3D_REQUIRE_DEVICE(device, 16, 16);
-  ShowTextureUnlit(*device);
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));  // clockwise on screen
-  for (auto [mode, drawn] : {std::pair{D3DCULL_NONE, true}, {D3DCULL_CCW, true}, {D3DCULL_CW, false}}) {
-    device->Clear(0, nullptr, D3DCLEAR_TARGET, 0xFF000000, 1, 0);
-    device->SetRenderState(D3DRS_CULLMODE, mode);
-    ASSERT_EQ(DrawTriangles(*device, quad.get(), 2), D3D_OK);
-    // No texture on stage 0 reads white: a drawn quad is the white material.
-    EXPECT_EQ(Read(*device).At(8, 8).g, drawn ? 255 : 0) << "cull mode " << mode;
-  }
+  EXPECT_EQ(f.At(16, 16), (Rgba{255, 0, 0, 255}));
+  EXPECT_EQ(f.At(48, 16), (Rgba{0, 255, 0, 255}));
+  EXPECT_EQ(f.At(16, 48), (Rgba{0, 0, 255, 255}));
+  EXPECT_EQ(f.At(48, 48), (Rgba{255, 255, 255, 255}));
 }
 
 TEST(GlesDevice, DepthRunsFromZeroToOneAndNearerWins) {
   SO3D_REQUIRE_DEVICE(device, 16, 16);
-  ShowTextureUnlit(*device);
-  auto green_tex = Texture(*device, 1, 1, [](unsigned, unsigned) { return green; });
-  auto red_tex = Texture(*device, 1, 1, [](unsigned, unsigned) { return red; });
-  auto near_quad = Buffer(*device, Quad(-1, -1, 1, 1, 0.25f));
-  auto far_quad = Buffer(*device, Quad(-1, -1, 1, 1, 0.75f));
-  device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF000000, 1, 0);
-  device->SetTexture(0, green_tex.get());
-  DrawTriangles(*device, near_quad.get(), 2);
+  auto green_tex = Texture(*device, green), red_tex = Texture(*device, red);
+  ModuleState(*device, green_tex.get());
+  device->Clear(0, nullptr, target_and_depth, 0xFF000000, 1, 0);
+  DrawQuad(*device, 0.25f);
   device->SetTexture(0, red_tex.get());
-  DrawTriangles(*device, far_quad.get(), 2);
+  DrawQuad(*device, 0.75f);
   EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 255, 0, 255}));
 
   // In front of the near plane (z < 0) nothing is drawn; GL's own range
   // would still have kept it.
-  auto behind = Buffer(*device, Quad(-1, -1, 1, 1, -0.5f));
-  device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF000000, 1, 0);
-  DrawTriangles(*device, behind.get(), 2);
+  device->Clear(0, nullptr, target_and_depth, 0xFF000000, 1, 0);
+  DrawQuad(*device, -0.5f);
   EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 0, 0, 255}));
-}
 
-TEST(GlesDevice, HalfOpacityBlendsOverTheBackground) {
-  SO3D_REQUIRE_DEVICE(device, 16, 16);
-  ShowTextureUnlit(*device);
-  D3DMATERIAL9 m{};
-  m.Diffuse = m.Emissive = m.Ambient = {1, 1, 1, 0.5f};
-  device->SetMaterial(&m);
-  auto texture = Texture(*device, 1, 1, [](unsigned, unsigned) { return white; });
-  device->SetTexture(0, texture.get());
-  device->SetRenderState(D3DRS_ALPHABLENDENABLE, TRUE);
-  device->SetRenderState(D3DRS_SRCBLEND, D3DBLEND_SRCALPHA);
-  device->SetRenderState(D3DRS_DESTBLEND, D3DBLEND_INVSRCALPHA);
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));
-  device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF000000, 1, 0);
-  DrawTriangles(*device, quad.get(), 2);
-  EXPECT_TRUE(Near(Read(*device).At(8, 8), {128, 128, 128, 191}, 2)) << Read(*device).At(8, 8);
-}
-
-TEST(GlesDevice, SecondStageModulatesAndPassesThroughWithoutATexture) {
-  SO3D_REQUIRE_DEVICE(device, 16, 16);
-  ShowTextureUnlit(*device);
-  auto base = Texture(*device, 1, 1, [](unsigned, unsigned) { return 0xFFC0C0C0u; });
-  auto tint = Texture(*device, 1, 1, [](unsigned, unsigned) { return 0xFF00FF00u; });
-  device->SetTexture(0, base.get());
-  device->SetTextureStageState(1, D3DTSS_COLOROP, D3DTOP_MODULATE);
-  device->SetTextureStageState(1, D3DTSS_COLORARG1, D3DTA_TEXTURE);
-  device->SetTextureStageState(1, D3DTSS_COLORARG2, D3DTA_CURRENT);
-  device->SetTextureStageState(1, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));
-  DrawTriangles(*device, quad.get(), 2);
-  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{192, 192, 192, 255}));
-  device->SetTexture(1, tint.get());
-  DrawTriangles(*device, quad.get(), 2);
-  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 192, 0, 255}));
-  device->SetTextureStageState(0, D3DTSS_COLOROP, D3DTOP_SELECTARG2);  // the material alone
-  DrawTriangles(*device, quad.get(), 2);
+  // Clear writes depth whatever ZWRITEENABLE says; the next draw must turn
+  // writing off again, or the near red quad would hide the far green one.
+  device->SetRenderState(D3DRS_ZWRITEENABLE, FALSE);
+  DrawQuad(*device, 0.25f);
+  device->Clear(0, nullptr, target_and_depth, 0xFF000000, 1, 0);
+  DrawQuad(*device, 0.25f);
+  device->SetTexture(0, green_tex.get());
+  DrawQuad(*device, 0.75f);
   EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 255, 0, 255}));
 }
 
-TEST(GlesDevice, LockRangesStopExactlyAtTheEnd) {
-  SO3D_REQUIRE_DEVICE(device, 4, 4);
-  IDirect3DVertexBuffer9* raw = nullptr;
-  ASSERT_EQ(device->CreateVertexBuffer(64, 0, 0x212, D3DPOOL_MANAGED, &raw, nullptr), D3D_OK);
-  ComPtr<IDirect3DVertexBuffer9> buffer(raw);
-  void* data = nullptr;
-  EXPECT_EQ(buffer->Lock(0, 65, &data, 0), D3DERR_INVALIDCALL);
-  EXPECT_EQ(buffer->Lock(60, 5, &data, 0), D3DERR_INVALIDCALL);
-  EXPECT_EQ(buffer->Lock(65, 0, &data, 0), D3DERR_INVALIDCALL);
-  ASSERT_EQ(buffer->Lock(60, 4, &data, 0), D3D_OK);
-  EXPECT_EQ(buffer->Lock(0, 0, &data, 0), D3DERR_INVALIDCALL);  // already locked
-  EXPECT_EQ(buffer->Unlock(), D3D_OK);
-  EXPECT_EQ(buffer->Unlock(), D3DERR_INVALIDCALL);
+TEST(GlesDevice, StagesModulateAndHalfOpacityBlendsOverTheBackground) {
+  SO3D_REQUIRE_DEVICE(device, 16, 16);
+  auto base = Texture(*device, 0xFFC0C0C0u), tint = Texture(*device, green);
+  ModuleState(*device, base.get());
+  DrawQuad(*device);
+  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{192, 192, 192, 255}));  // stage 1 passes through without a texture
+  device->SetTexture(1, tint.get());
+  DrawQuad(*device);
+  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 192, 0, 255}));
+  device->SetTextureStageState(0, D3DTSS_COLOROP, D3DTOP_SELECTARG2);  // the material alone
+  DrawQuad(*device);
+  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 255, 0, 255}));
 
-  IDirect3DTexture9* rawt = nullptr;
-  ASSERT_EQ(device->CreateTexture(8, 4, 1, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &rawt, nullptr), D3D_OK);
-  ComPtr<IDirect3DTexture9> texture(rawt);
+  ModuleState(*device, base.get(), 0.5f);
+  device->SetTexture(1, nullptr);
+  device->Clear(0, nullptr, target_and_depth, 0xFF000000, 1, 0);
+  DrawQuad(*device);
+  const Rgba pixel = Read(*device).At(8, 8), want{96, 96, 96, 191};
+  for (std::size_t c = 0; c < 4; ++c) EXPECT_NEAR(pixel[c], want[c], 2) << "channel " << c;
+}
+
+TEST(GlesDevice, LocksAndDrawsStopExactlyAtTheEndAndDrawsSitInsideAScene) {
+  SO3D_REQUIRE_DEVICE(device, 4, 4);
+  auto quad = FullQuad(*device);  // six vertices, 240 bytes
+  void* data = nullptr;
+  EXPECT_EQ(quad->Lock(236, 5, &data, 0), D3DERR_INVALIDCALL);
+  ASSERT_EQ(quad->Lock(236, 4, &data, 0), D3D_OK);
+  EXPECT_EQ(quad->Lock(0, 0, &data, 0), D3DERR_INVALIDCALL);  // already locked
+  EXPECT_EQ(quad->Unlock(), D3D_OK);
+  EXPECT_EQ(quad->Unlock(), D3DERR_INVALIDCALL);
+
+  auto texture = Texture(*device, 8, 4, [](unsigned, unsigned) { return 0u; });
   D3DLOCKED_RECT locked{};
-  const RECT past{0, 0, 9, 4}, inside{7, 3, 8, 4}, empty{2, 2, 2, 3};
+  const RECT past{0, 0, 9, 4}, last{7, 3, 8, 4};
   EXPECT_EQ(texture->LockRect(0, &locked, &past, 0), D3DERR_INVALIDCALL);
-  EXPECT_EQ(texture->LockRect(0, &locked, &empty, 0), D3DERR_INVALIDCALL);
   EXPECT_EQ(texture->LockRect(1, &locked, nullptr, 0), D3DERR_INVALIDCALL);
-  ASSERT_EQ(texture->LockRect(0, &locked, &inside, 0), D3D_OK);
+  ASSERT_EQ(texture->LockRect(0, &locked, &last, 0), D3D_OK);
   EXPECT_EQ(locked.Pitch, 32);
   EXPECT_EQ(texture->UnlockRect(0), D3D_OK);
 
-  IDirect3DTexture9* none = nullptr;
-  EXPECT_EQ(device->CreateTexture(0, 4, 1, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &none, nullptr), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->CreateTexture(4, 4, 1, 0, D3DFMT_UNKNOWN, D3DPOOL_MANAGED, &none, nullptr), D3DERR_INVALIDCALL);
-  EXPECT_EQ(none, nullptr);
-}
-
-TEST(GlesDevice, DrawsMustFitTheBufferAndSitInsideAScene) {
-  SO3D_REQUIRE_DEVICE(device, 4, 4);
-  auto quad = Buffer(*device, Quad(-1, -1, 1, 1));  // six vertices
   device->SetStreamSource(0, quad.get(), 0, sizeof(Vertex));
   device->SetFVF(0x212);
   EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0, 2), D3DERR_INVALIDCALL);  // no BeginScene
   ASSERT_EQ(device->BeginScene(), D3D_OK);
   EXPECT_EQ(device->BeginScene(), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0, 2), D3D_OK);
   EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 3, 1), D3D_OK);
   EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 4, 1), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0, 3), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLESTRIP, 0, 4), D3D_OK);
-  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLESTRIP, 0, 5), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0xFFFFFFFFu, 1), D3DERR_INVALIDCALL);
+  EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0xFFFFFFFFu, 1), D3DERR_INVALIDCALL);  // no 32-bit wrap
   device->SetStreamSource(0, quad.get(), 4, sizeof(Vertex));  // the offset eats into the last vertex
   EXPECT_EQ(device->DrawPrimitive(D3DPT_TRIANGLELIST, 0, 2), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->EndScene(), D3D_OK);
@@ -222,31 +135,76 @@ TEST(GlesDevice, BindingsHoldReferencesUntilReplaced) {
   EXPECT_EQ(texture->Release(), 1u);  // the creator's reference is gone; the device keeps it alive
   ASSERT_EQ(device->SetTexture(0, nullptr), D3D_OK);  // and now it is deleted (ASan would see a leak)
 
-  auto buffer = Buffer(*device, Quad(-1, -1, 1, 1));
+  auto buffer = FullQuad(*device);
   device->SetStreamSource(0, buffer.get(), 0, sizeof(Vertex));
   EXPECT_EQ(buffer->AddRef(), 3u);
   buffer->Release();
-  // The device lets go of what it still holds when it goes.
-  device.reset();
+  device.reset();  // the device lets go of what it still holds when it goes
   EXPECT_EQ(buffer->AddRef(), 2u);
   buffer->Release();
 }
 
-TEST(GlesDevice, RejectsWhatItCannotEmulate) {
+TEST(GlesDevice, RejectsWhatItCannotEmulateAndKeepsItsState) {
   SO3D_REQUIRE_DEVICE(device, 4, 4);
   EXPECT_EQ(device->SetRenderState(D3DRENDERSTATETYPE(200), 0), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->SetRenderState(D3DRS_CULLMODE, 4), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->SetRenderState(D3DRS_SRCBLEND, 0), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->SetTextureStageState(0, D3DTSS_COLOROP, 7), D3DERR_INVALIDCALL);  // ADD
-  EXPECT_EQ(device->SetTextureStageState(2, D3DTSS_COLOROP, D3DTOP_DISABLE), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->SetTextureStageState(0, D3DTSS_COLORARG1, 0x12), D3DERR_INVALIDCALL);  // a modifier
-  EXPECT_EQ(device->SetSamplerState(0, D3DSAMP_ADDRESSU, 5), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->SetFVF(0x004 | D3DFVF_TEX1), D3DERR_INVALIDCALL);  // pre-transformed positions
-  EXPECT_EQ(device->SetTransform(D3DTRANSFORMSTATETYPE(1), nullptr), D3DERR_INVALIDCALL);
-  EXPECT_EQ(device->SetStreamSource(1, nullptr, 0, 0), D3DERR_INVALIDCALL);
-  // Whatever was refused left the stored state alone.
   EXPECT_EQ(device->State().render[D3DRS_CULLMODE], DWORD(D3DCULL_CCW));
   EXPECT_EQ(device->State().stages[0][D3DTSS_COLOROP], DWORD(D3DTOP_MODULATE));
+}
+
+TEST(GlesStateCache, RepeatedStateIsDroppedButUploadsDoNotStealTheBoundTexture) {
+  SO3D_REQUIRE_DEVICE(device, 16, 16);
+  auto shown = Texture(*device, blue);
+  auto quad = FullQuad(*device);
+  std::vector<GlCallCounts> counts;
+  for (float opacity : {1.0f, 1.0f, 0.5f}) {
+    device->ResetCounts();
+    ModuleState(*device, shown.get(), opacity);
+    ASSERT_EQ(DrawQuad(*device, 0, quad.get()), D3D_OK);
+    counts.push_back(device->Counts());
+  }
+  EXPECT_EQ(counts[1].StateCalls(), 0u);  // the same values again: compared and dropped
+  EXPECT_EQ(counts[1].draws, 1u);
+  EXPECT_EQ(counts[1].uploads, 0u);
+  EXPECT_EQ(counts[2].uniforms, 3u);  // a changed material: its three colours carry the opacity
+  EXPECT_EQ(counts[2].StateCalls(), 3u);
+
+  // Unlocking another texture binds it on unit 0 to upload; the next draw
+  // must still sample the texture the device holds on stage 0.
+  auto other = Texture(*device, red);
+  ModuleState(*device, shown.get());
+  DrawQuad(*device, 0, quad.get());
+  EXPECT_EQ(Read(*device).At(8, 8), (Rgba{0, 0, 255, 255}));
+}
+
+// Row-vector point p × m, divided by w.
+std::array<float, 3> Project(const std::array<float, 16>& m, float x, float y, float z) {
+  float out[4];
+  for (std::size_t c = 0; c < 4; ++c) out[c] = x * m[c] + y * m[4 + c] + z * m[8 + c] + m[12 + c];
+  return {out[0] / out[3], out[1] / out[3], out[2] / out[3]};
+}
+
+TEST(ClipTransform, MapsDirect3DDepthAndPixelCentresToGlAfterWorldThenView) {
+  D3DMATRIX identity{}, projection{};
+  identity._11 = identity._22 = identity._33 = identity._44 = 1;
+  // A left-handed perspective, near 1, far 3: z' = 1.5 z - 1.5 over w = z.
+  projection._11 = projection._22 = projection._34 = 1;
+  projection._33 = 1.5f;
+  projection._43 = -1.5f;
+  const auto m = ClipMatrix(identity, identity, projection, 100, 50);
+  const auto near_point = Project(m, 0, 0, 1);
+  EXPECT_NEAR(near_point[2], -1.0f, 1e-6f);
+  EXPECT_NEAR(Project(m, 0, 0, 3)[2], 1.0f, 1e-6f);
+  // 63/128 of a pixel right and down (a pixel is 2/W of the -1..1 range).
+  EXPECT_NEAR(near_point[0], 2.0f / 100 * 63 / 128, 1e-6f);
+  EXPECT_NEAR(near_point[1], -2.0f / 50 * 63 / 128, 1e-6f);
+
+  D3DMATRIX move = identity, scale = identity;
+  move._41 = 1;   // x + 1
+  scale._11 = 2;  // x × 2
+  EXPECT_NEAR(Project(ClipMatrix(move, scale, identity, 0, 0), 1, 0, 0.5f)[0], 4.0f, 1e-6f);
 }
 
 }  // namespace

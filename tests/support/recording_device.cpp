@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <stdexcept>
+#include <type_traits>
 
 namespace so3d::test {
 namespace {
@@ -14,34 +16,31 @@ constexpr UINT max_buffer_length = 64u << 20;
 // Extra bytes after every texture row.
 constexpr INT row_padding = 32;
 
-std::string num(std::uint64_t value) { return std::to_string(value); }
-std::string num(int value) { return std::to_string(value); }
-std::string num(unsigned value) { return std::to_string(value); }
-
-std::string rect_text(const RECT* rect) {
-  if (!rect) return "null";
-  return "{" + num(rect->left) + " " + num(rect->top) + " " + num(rect->right) + " " + num(rect->bottom) + "}";
+// One argument as the log writes it: text as is, floats in shortest form,
+// integers and enumerations in decimal.
+template <typename T>
+std::string Arg(const T& value) {
+  if constexpr (std::is_convertible_v<T, std::string>) {
+    return value;
+  } else if constexpr (std::is_floating_point_v<T>) {
+    char buffer[32];
+    return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+  } else if constexpr (std::is_enum_v<T>) {
+    return std::to_string(static_cast<unsigned>(value));
+  } else {
+    return std::to_string(value);
+  }
+}
+template <typename... T>
+std::vector<std::string> Args(const T&... values) {
+  return {Arg(values)...};
 }
 
-UINT full_chain(UINT width, UINT height) {
-  UINT levels = 1;
-  for (UINT side = std::max(width, height); side > 1; side /= 2) ++levels;
-  return levels;
-}
-
-D3DMATRIX identity() {
-  D3DMATRIX m{};
-  m._11 = m._22 = m._33 = m._44 = 1.0f;
-  return m;
+std::string RectText(const RECT* r) {
+  return r ? "{" + Arg(r->left) + " " + Arg(r->top) + " " + Arg(r->right) + " " + Arg(r->bottom) + "}" : "null";
 }
 
 }  // namespace
-
-std::string FloatText(float value) {
-  char buffer[32];
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
-  return std::string(buffer, end);
-}
 
 std::string DeviceCall::Text() const {
   std::string text = name + "(";
@@ -49,67 +48,77 @@ std::string DeviceCall::Text() const {
   return text + ")";
 }
 
-// ---- RecordingTexture ----
+// ---- Resources ----
 
-RecordingTexture::RecordingTexture(RecordingDevice& device, std::string name, UINT width, UINT height, UINT levels,
-                                   DWORD usage, D3DFORMAT format, D3DPOOL pool)
-    : device_(device),
-      name_(std::move(name)),
-      width_(width),
-      height_(height),
-      levels_(levels ? levels : full_chain(width, height)),
-      usage_(usage),
-      format_(format),
-      pool_(pool),
-      pitch_(INT(width) * 4 + row_padding),
-      bytes_(std::size_t(pitch_) * height, RecordingDevice::unwritten_byte) {}
+template <typename Interface>
+RecordingResource<Interface>::RecordingResource(RecordingDevice& device, std::string name, std::size_t size)
+    : device_(device), name_(std::move(name)), bytes_(size, RecordingDevice::unwritten_byte) {}
 
-ULONG RecordingTexture::AddRef() {
-  device_.record("AddRef", {name_});
-  if (refs_ == 0) device_.misuse("AddRef on released " + name_);
+template <typename Interface>
+HRESULT RecordingResource<Interface>::Record(std::string method, std::vector<std::string> args) {
+  if (refs_ == 0) device_.misuses_.push_back(method + " on released " + name_);
+  args.insert(args.begin(), name_);
+  return device_.Record(std::move(method), std::move(args));
+}
+
+template <typename Interface>
+ULONG RecordingResource<Interface>::AddRef() {
+  Record("AddRef", {});
   return ++refs_;
 }
 
-ULONG RecordingTexture::Release() {
-  device_.record("Release", {name_});
-  if (refs_ == 0) {
-    device_.misuse("Release on released " + name_);
-    return 0;
-  }
-  return --refs_;
+template <typename Interface>
+ULONG RecordingResource<Interface>::Release() {
+  Record("Release", {});
+  return refs_ == 0 ? 0 : --refs_;
 }
 
-HRESULT RecordingTexture::LockRect(UINT Level, D3DLOCKED_RECT* pLockedRect, const RECT* pRect, DWORD Flags) {
-  HRESULT hr = device_.record("LockRect", {name_, num(Level), rect_text(pRect), num(Flags)});
-  if (refs_ == 0) device_.misuse("LockRect on released " + name_);
+template <typename Interface>
+HRESULT RecordingResource<Interface>::Lock(std::string method, std::vector<std::string> args, bool valid,
+                                           std::size_t offset, void** bits) {
+  const HRESULT hr = Record(std::move(method), std::move(args));
   if (FAILED(hr)) return hr;
-  const bool rect_ok = !pRect || (pRect->left >= 0 && pRect->top >= 0 && pRect->left < pRect->right &&
-                                  pRect->top < pRect->bottom && UINT(pRect->right) <= width_ &&
-                                  UINT(pRect->bottom) <= height_);
-  // Only level 0 has memory behind it; deeper levels exist for the count.
-  if (!pLockedRect || locked_ || Level >= levels_ || Level != 0 || !rect_ok) {
-    hr = D3DERR_INVALIDCALL;
-  } else {
-    const std::size_t x = pRect ? std::size_t(pRect->left) : 0, y = pRect ? std::size_t(pRect->top) : 0;
-    pLockedRect->Pitch = pitch_;
-    pLockedRect->pBits = bytes_.data() + y * std::size_t(pitch_) + x * 4;
-    locked_ = true;
+  if (!valid || !bits || locked_) return device_.Result(D3DERR_INVALIDCALL);
+  *bits = bytes_.data() + offset;
+  locked_ = true;
+  return hr;
+}
+
+template <typename Interface>
+HRESULT RecordingResource<Interface>::Unlock(std::string method, std::vector<std::string> args, bool valid,
+                                             const char* lock_method) {
+  HRESULT hr = Record(method, std::move(args));
+  if (FAILED(hr)) return hr;
+  if (!locked_ || !valid) {
+    device_.misuses_.push_back(method + " without " + lock_method + " on " + name_);
+    hr = device_.Result(D3DERR_INVALIDCALL);
   }
-  device_.calls_.back().result = hr;
+  locked_ = false;
+  return hr;
+}
+
+template class RecordingResource<IDirect3DTexture9>;
+template class RecordingResource<IDirect3DVertexBuffer9>;
+
+RecordingTexture::RecordingTexture(RecordingDevice& device, std::string name, UINT width, UINT height)
+    : RecordingResource(device, std::move(name), std::size_t(width * 4 + row_padding) * height),
+      width_(width),
+      height_(height),
+      pitch_(INT(width * 4 + row_padding)) {}
+
+HRESULT RecordingTexture::LockRect(UINT Level, D3DLOCKED_RECT* pLockedRect, const RECT* r, DWORD Flags) {
+  // Only level 0 has memory behind it; deeper levels exist for the count.
+  const bool valid = Level == 0 && (!r || (r->left >= 0 && r->top >= 0 && r->left < r->right && r->top < r->bottom &&
+                                           UINT(r->right) <= width_ && UINT(r->bottom) <= height_));
+  const std::size_t offset = r ? std::size_t(r->top) * std::size_t(pitch_) + std::size_t(r->left) * 4 : 0;
+  const HRESULT hr = Lock("LockRect", Args(Level, RectText(r), Flags), valid, valid ? offset : 0,
+                          pLockedRect ? &pLockedRect->pBits : nullptr);
+  if (SUCCEEDED(hr)) pLockedRect->Pitch = pitch_;
   return hr;
 }
 
 HRESULT RecordingTexture::UnlockRect(UINT Level) {
-  HRESULT hr = device_.record("UnlockRect", {name_, num(Level)});
-  if (refs_ == 0) device_.misuse("UnlockRect on released " + name_);
-  if (FAILED(hr)) return hr;
-  if (!locked_ || Level != 0) {
-    device_.misuse("UnlockRect without LockRect on " + name_);
-    hr = D3DERR_INVALIDCALL;
-  }
-  locked_ = false;
-  device_.calls_.back().result = hr;
-  return hr;
+  return Unlock("UnlockRect", Args(Level), Level == 0, "LockRect");
 }
 
 std::uint32_t RecordingTexture::Texel(UINT x, UINT y) const {
@@ -119,255 +128,160 @@ std::uint32_t RecordingTexture::Texel(UINT x, UINT y) const {
   return value;
 }
 
-// ---- RecordingVertexBuffer ----
-
-RecordingVertexBuffer::RecordingVertexBuffer(RecordingDevice& device, std::string name, UINT length, DWORD usage,
-                                             DWORD fvf, D3DPOOL pool)
-    : device_(device),
-      name_(std::move(name)),
-      usage_(usage),
-      fvf_(fvf),
-      pool_(pool),
-      bytes_(length, RecordingDevice::unwritten_byte) {}
-
-ULONG RecordingVertexBuffer::AddRef() {
-  device_.record("AddRef", {name_});
-  if (refs_ == 0) device_.misuse("AddRef on released " + name_);
-  return ++refs_;
-}
-
-ULONG RecordingVertexBuffer::Release() {
-  device_.record("Release", {name_});
-  if (refs_ == 0) {
-    device_.misuse("Release on released " + name_);
-    return 0;
-  }
-  return --refs_;
-}
-
 HRESULT RecordingVertexBuffer::Lock(UINT OffsetToLock, UINT SizeToLock, void** ppbData, DWORD Flags) {
-  HRESULT hr = device_.record("Lock", {name_, num(OffsetToLock), num(SizeToLock), num(Flags)});
-  if (refs_ == 0) device_.misuse("Lock on released " + name_);
-  if (FAILED(hr)) return hr;
-  const UINT length = Length();
   // Size 0 locks everything from the offset.
-  if (!ppbData || locked_ || OffsetToLock > length || SizeToLock > length - OffsetToLock) {
-    hr = D3DERR_INVALIDCALL;
-  } else {
-    *ppbData = bytes_.data() + OffsetToLock;
-    locked_ = true;
-  }
-  device_.calls_.back().result = hr;
-  return hr;
+  const bool valid = OffsetToLock <= Length() && SizeToLock <= Length() - OffsetToLock;
+  return RecordingResource::Lock("Lock", Args(OffsetToLock, SizeToLock, Flags), valid, OffsetToLock, ppbData);
 }
 
-HRESULT RecordingVertexBuffer::Unlock() {
-  HRESULT hr = device_.record("Unlock", {name_});
-  if (refs_ == 0) device_.misuse("Unlock on released " + name_);
-  if (FAILED(hr)) return hr;
-  if (!locked_) {
-    device_.misuse("Unlock without Lock on " + name_);
-    hr = D3DERR_INVALIDCALL;
-  }
-  locked_ = false;
-  device_.calls_.back().result = hr;
-  return hr;
-}
+HRESULT RecordingVertexBuffer::Unlock() { return RecordingResource::Unlock("Unlock", {}, true, "Lock"); }
 
 // ---- RecordingDevice ----
 
-RecordingDevice::~RecordingDevice() = default;
-
-HRESULT RecordingDevice::record(std::string name, std::vector<std::string> args) {
+HRESULT RecordingDevice::Record(std::string name, std::vector<std::string> args) {
   HRESULT hr = D3D_OK;
   if (auto it = failures_.find(name); it != failures_.end() && it->second != 0) {
     hr = E_FAIL;
     if (it->second > 0) --it->second;
   }
-  calls_.push_back(DeviceCall{std::move(name), std::move(args), hr, std::nullopt, std::nullopt});
+  calls_.push_back(DeviceCall{std::move(name), std::move(args), hr, std::nullopt});
   return hr;
 }
 
-void RecordingDevice::Fail(std::string_view method, int times) { failures_[std::string(method)] = times; }
-
-void RecordingDevice::Succeed(std::string_view method) {
-  if (auto it = failures_.find(method); it != failures_.end()) failures_.erase(it);
+template <typename Resource, typename Pointer>
+std::string RecordingDevice::NameIn(const std::vector<std::unique_ptr<Resource>>& own, const Pointer* p) {
+  for (const auto& r : own)
+    if (static_cast<const Pointer*>(r.get()) == p) return r->Name();
+  return p ? "foreign" : "null";
 }
 
 ULONG RecordingDevice::AddRef() {
-  record("AddRef", {"device"});
+  Record("AddRef", {"device"});
   return ++refs_;
 }
 
 ULONG RecordingDevice::Release() {
-  record("Release", {"device"});
-  if (refs_ == 0) {
-    misuse("Release on released device");
-    return 0;
-  }
-  return --refs_;
+  Record("Release", {"device"});
+  if (refs_ == 0) misuses_.push_back("Release on released device");
+  return refs_ == 0 ? 0 : --refs_;
 }
 
-HRESULT RecordingDevice::BeginScene() { return record("BeginScene", {}); }
+HRESULT RecordingDevice::BeginScene() { return Record("BeginScene", {}); }
 
-HRESULT RecordingDevice::EndScene() { return record("EndScene", {}); }
+HRESULT RecordingDevice::EndScene() { return Record("EndScene", {}); }
 
 HRESULT RecordingDevice::Clear(DWORD Count, const D3DRECT*, DWORD Flags, D3DCOLOR Color, float Z, DWORD Stencil) {
-  return record("Clear", {num(Count), num(Flags), num(Color), FloatText(Z), num(Stencil)});
+  return Record("Clear", Args(Count, Flags, Color, Z, Stencil));
 }
 
 HRESULT RecordingDevice::CreateTexture(UINT Width, UINT Height, UINT Levels, DWORD Usage, D3DFORMAT Format,
                                        D3DPOOL Pool, IDirect3DTexture9** ppTexture, HANDLE* pSharedHandle) {
-  HRESULT hr = record("CreateTexture", {num(Width), num(Height), num(Levels), num(Usage), num(unsigned(Format)),
-                                        num(unsigned(Pool)), pSharedHandle ? "handle" : "null"});
+  const HRESULT hr =
+      Record("CreateTexture", Args(Width, Height, Levels, Usage, Format, Pool, pSharedHandle ? "handle" : "null"));
   if (ppTexture) *ppTexture = nullptr;
   if (FAILED(hr)) return hr;
-  const bool four_bytes = Format == D3DFMT_A8R8G8B8 || Format == D3DFMT_X8R8G8B8;
-  if (!ppTexture || !four_bytes || Width == 0 || Height == 0 || Width > max_texture_side ||
-      Height > max_texture_side) {
-    calls_.back().result = D3DERR_INVALIDCALL;
-    return D3DERR_INVALIDCALL;
-  }
-  textures_.emplace_back(new RecordingTexture(*this, "tex" + num(textures_.size() + 1), Width, Height, Levels,
-                                              Usage, Format, Pool));
+  if (!ppTexture || (Format != D3DFMT_A8R8G8B8 && Format != D3DFMT_X8R8G8B8) || Width == 0 || Height == 0 ||
+      Width > max_texture_side || Height > max_texture_side)
+    return Result(D3DERR_INVALIDCALL);
+  textures_.emplace_back(new RecordingTexture(*this, "tex" + Arg(textures_.size() + 1), Width, Height));
   *ppTexture = textures_.back().get();
-  return D3D_OK;
+  return hr;
 }
 
 HRESULT RecordingDevice::CreateVertexBuffer(UINT Length, DWORD Usage, DWORD FVF, D3DPOOL Pool,
                                             IDirect3DVertexBuffer9** ppVertexBuffer, HANDLE* pSharedHandle) {
-  HRESULT hr = record("CreateVertexBuffer",
-                      {num(Length), num(Usage), num(FVF), num(unsigned(Pool)), pSharedHandle ? "handle" : "null"});
+  const HRESULT hr = Record("CreateVertexBuffer", Args(Length, Usage, FVF, Pool, pSharedHandle ? "handle" : "null"));
   if (ppVertexBuffer) *ppVertexBuffer = nullptr;
   if (FAILED(hr)) return hr;
-  if (!ppVertexBuffer || Length == 0 || Length > max_buffer_length) {
-    calls_.back().result = D3DERR_INVALIDCALL;
-    return D3DERR_INVALIDCALL;
-  }
-  buffers_.emplace_back(new RecordingVertexBuffer(*this, "vb" + num(buffers_.size() + 1), Length, Usage, FVF, Pool));
+  if (!ppVertexBuffer || Length == 0 || Length > max_buffer_length) return Result(D3DERR_INVALIDCALL);
+  buffers_.emplace_back(new RecordingVertexBuffer(*this, "vb" + Arg(buffers_.size() + 1), Length));
   *ppVertexBuffer = buffers_.back().get();
-  return D3D_OK;
+  return hr;
 }
 
 HRESULT RecordingDevice::SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) {
-  HRESULT hr = record("SetTransform", {num(unsigned(State))});
+  const HRESULT hr = Record("SetTransform", Args(State));
   if (FAILED(hr)) return hr;
-  if (!pMatrix) return calls_.back().result = D3DERR_INVALIDCALL;
-  calls_.back().matrix = *pMatrix;
-  transforms_[State] = *pMatrix;
+  if (!pMatrix) return Result(D3DERR_INVALIDCALL);
+  calls_.back().matrix = transforms_[State] = *pMatrix;
   return hr;
 }
 
 HRESULT RecordingDevice::GetTransform(D3DTRANSFORMSTATETYPE State, D3DMATRIX* pMatrix) {
-  HRESULT hr = record("GetTransform", {num(unsigned(State))});
+  const HRESULT hr = Record("GetTransform", Args(State));
   if (FAILED(hr)) return hr;
-  if (!pMatrix) return calls_.back().result = D3DERR_INVALIDCALL;
-  *pMatrix = Transform(State);
-  calls_.back().matrix = *pMatrix;
+  if (!pMatrix) return Result(D3DERR_INVALIDCALL);
+  calls_.back().matrix = *pMatrix = Transform(State);
   return hr;
 }
 
 HRESULT RecordingDevice::SetMaterial(const D3DMATERIAL9* pMaterial) {
-  HRESULT hr = record("SetMaterial", {});
+  const HRESULT hr = Record("SetMaterial", {});
   if (FAILED(hr)) return hr;
-  if (!pMaterial) return calls_.back().result = D3DERR_INVALIDCALL;
-  calls_.back().material = *pMaterial;
+  if (!pMaterial) return Result(D3DERR_INVALIDCALL);
   material_ = *pMaterial;
   return hr;
 }
 
 HRESULT RecordingDevice::SetRenderState(D3DRENDERSTATETYPE State, DWORD Value) {
-  HRESULT hr = record("SetRenderState", {num(unsigned(State)), num(Value)});
-  if (SUCCEEDED(hr)) render_states_[State] = Value;
-  return hr;
+  return Record("SetRenderState", Args(State, Value));
 }
 
 HRESULT RecordingDevice::SetTexture(DWORD Stage, IDirect3DBaseTexture9* pTexture) {
-  HRESULT hr = record("SetTexture", {num(Stage), NameOf(pTexture)});
+  const HRESULT hr = Record("SetTexture", Args(Stage, NameIn(textures_, pTexture)));
   for (const auto& texture : textures_)
-    if (static_cast<IDirect3DBaseTexture9*>(texture.get()) == pTexture && texture->References() == 0)
-      misuse("SetTexture with released " + texture->Name());
+    if (texture.get() == pTexture && texture->References() == 0)
+      misuses_.push_back("SetTexture with released " + texture->Name());
   if (SUCCEEDED(hr)) bound_[Stage] = pTexture;
   return hr;
 }
 
 HRESULT RecordingDevice::SetTextureStageState(DWORD Stage, D3DTEXTURESTAGESTATETYPE Type, DWORD Value) {
-  HRESULT hr = record("SetTextureStageState", {num(Stage), num(unsigned(Type)), num(Value)});
-  if (SUCCEEDED(hr)) stage_states_[{Stage, Type}] = Value;
-  return hr;
+  return Record("SetTextureStageState", Args(Stage, Type, Value));
 }
 
 HRESULT RecordingDevice::SetSamplerState(DWORD Sampler, D3DSAMPLERSTATETYPE Type, DWORD Value) {
-  HRESULT hr = record("SetSamplerState", {num(Sampler), num(unsigned(Type)), num(Value)});
-  if (SUCCEEDED(hr)) sampler_states_[{Sampler, Type}] = Value;
-  return hr;
+  return Record("SetSamplerState", Args(Sampler, Type, Value));
 }
 
 HRESULT RecordingDevice::DrawPrimitive(D3DPRIMITIVETYPE PrimitiveType, UINT StartVertex, UINT PrimitiveCount) {
-  HRESULT hr = record("DrawPrimitive", {num(unsigned(PrimitiveType)), num(StartVertex), num(PrimitiveCount)});
+  const HRESULT hr = Record("DrawPrimitive", Args(PrimitiveType, StartVertex, PrimitiveCount));
   for (const auto& buffer : buffers_)
-    if (static_cast<IDirect3DVertexBuffer9*>(buffer.get()) == stream_ && buffer->References() == 0)
-      misuse("DrawPrimitive from released " + buffer->Name());
+    if (buffer.get() == stream_ && buffer->References() == 0)
+      misuses_.push_back("DrawPrimitive from released " + buffer->Name());
   return hr;
 }
 
-HRESULT RecordingDevice::SetFVF(DWORD FVF) {
-  HRESULT hr = record("SetFVF", {num(FVF)});
-  if (SUCCEEDED(hr)) fvf_ = FVF;
-  return hr;
-}
+HRESULT RecordingDevice::SetFVF(DWORD FVF) { return Record("SetFVF", Args(FVF)); }
 
 HRESULT RecordingDevice::SetVertexShader(IDirect3DVertexShader9* pShader) {
-  return record("SetVertexShader", {pShader ? "foreign" : "null"});
+  return Record("SetVertexShader", {pShader ? "foreign" : "null"});
 }
 
 HRESULT RecordingDevice::SetStreamSource(UINT StreamNumber, IDirect3DVertexBuffer9* pStreamData, UINT OffsetInBytes,
                                          UINT Stride) {
-  HRESULT hr = record("SetStreamSource", {num(StreamNumber), NameOf(pStreamData), num(OffsetInBytes), num(Stride)});
-  if (SUCCEEDED(hr) && StreamNumber == 0) {
-    stream_ = pStreamData;
-    stream_offset_ = OffsetInBytes;
-    stream_stride_ = Stride;
-  }
+  const HRESULT hr = Record("SetStreamSource", Args(StreamNumber, NameIn(buffers_, pStreamData), OffsetInBytes, Stride));
+  if (SUCCEEDED(hr) && StreamNumber == 0) stream_ = pStreamData;
   return hr;
-}
-
-std::vector<std::string> RecordingDevice::Log() const {
-  std::vector<std::string> out;
-  for (const DeviceCall& call : calls_) out.push_back(call.Text());
-  return out;
-}
-
-std::vector<std::string> RecordingDevice::Log(std::string_view method) const {
-  std::vector<std::string> out;
-  for (const DeviceCall& call : calls_)
-    if (call.name == method) out.push_back(call.Text());
-  return out;
 }
 
 std::vector<DeviceCall> RecordingDevice::Calls(std::string_view method) const {
   std::vector<DeviceCall> out;
-  for (const DeviceCall& call : calls_)
-    if (call.name == method) out.push_back(call);
+  std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(out), [&](const DeviceCall& c) { return c.name == method; });
   return out;
 }
 
-std::size_t RecordingDevice::Count(std::string_view method) const {
-  return std::size_t(
-      std::count_if(calls_.begin(), calls_.end(), [&](const DeviceCall& c) { return c.name == method; }));
+std::vector<std::string> RecordingDevice::Log(std::optional<std::string_view> method) const {
+  std::vector<std::string> out;
+  for (const DeviceCall& call : calls_)
+    if (!method || call.name == *method) out.push_back(call.Text());
+  return out;
 }
 
 RecordingTexture* RecordingDevice::MakeHostTexture(UINT width, UINT height) {
-  textures_.emplace_back(new RecordingTexture(*this, "tex" + num(textures_.size() + 1), width, height, 1, 0,
-                                              D3DFMT_A8R8G8B8, D3DPOOL_DEFAULT));
-  host_textures_.push_back(textures_.back().get());
+  textures_.emplace_back(new RecordingTexture(*this, "tex" + Arg(textures_.size() + 1), width, height));
+  textures_.back()->host_ = true;
   return textures_.back().get();
-}
-
-RecordingTexture* RecordingDevice::TextureNamed(std::string_view name) const {
-  for (const auto& texture : textures_)
-    if (texture->Name() == name) return texture.get();
-  return nullptr;
 }
 
 RecordingVertexBuffer* RecordingDevice::VertexBufferNamed(std::string_view name) const {
@@ -377,53 +291,16 @@ RecordingVertexBuffer* RecordingDevice::VertexBufferNamed(std::string_view name)
 }
 
 int RecordingDevice::LiveResources() const {
-  int live = 0;
-  for (const auto& texture : textures_)
-    if (texture->References() > 0 &&
-        std::find(host_textures_.begin(), host_textures_.end(), texture.get()) == host_textures_.end())
-      ++live;
-  for (const auto& buffer : buffers_)
-    if (buffer->References() > 0) ++live;
-  return live;
+  const auto live = [](const auto& r) { return r->References() > 0; };
+  return int(std::count_if(textures_.begin(), textures_.end(), [&](const auto& t) { return live(t) && !t->host_; }) +
+             std::count_if(buffers_.begin(), buffers_.end(), live));
 }
 
 D3DMATRIX RecordingDevice::Transform(D3DTRANSFORMSTATETYPE state) const {
-  auto it = transforms_.find(state);
-  return it == transforms_.end() ? identity() : it->second;
-}
-
-std::optional<DWORD> RecordingDevice::RenderState(D3DRENDERSTATETYPE state) const {
-  auto it = render_states_.find(state);
-  return it == render_states_.end() ? std::nullopt : std::optional<DWORD>(it->second);
-}
-
-std::optional<DWORD> RecordingDevice::TextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type) const {
-  auto it = stage_states_.find({stage, type});
-  return it == stage_states_.end() ? std::nullopt : std::optional<DWORD>(it->second);
-}
-
-std::optional<DWORD> RecordingDevice::SamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type) const {
-  auto it = sampler_states_.find({sampler, type});
-  return it == sampler_states_.end() ? std::nullopt : std::optional<DWORD>(it->second);
-}
-
-IDirect3DBaseTexture9* RecordingDevice::BoundTexture(DWORD stage) const {
-  auto it = bound_.find(stage);
-  return it == bound_.end() ? nullptr : it->second;
-}
-
-std::string RecordingDevice::NameOf(const IDirect3DBaseTexture9* texture) const {
-  if (!texture) return "null";
-  for (const auto& own : textures_)
-    if (static_cast<const IDirect3DBaseTexture9*>(own.get()) == texture) return own->Name();
-  return "foreign";
-}
-
-std::string RecordingDevice::NameOf(const IDirect3DVertexBuffer9* buffer) const {
-  if (!buffer) return "null";
-  for (const auto& own : buffers_)
-    if (static_cast<const IDirect3DVertexBuffer9*>(own.get()) == buffer) return own->Name();
-  return "foreign";
+  if (auto it = transforms_.find(state); it != transforms_.end()) return it->second;
+  D3DMATRIX identity{};
+  identity._11 = identity._22 = identity._33 = identity._44 = 1.0f;
+  return identity;
 }
 
 }  // namespace so3d::test

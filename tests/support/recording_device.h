@@ -16,7 +16,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "platform/d3d9/d3d9.h"
@@ -32,73 +31,66 @@ struct DeviceCall {
   std::string name;               // method name, e.g. "SetRenderState", "LockRect"
   std::vector<std::string> args;  // pointer-out arguments are left out
   HRESULT result = D3D_OK;
-  std::optional<D3DMATRIX> matrix;      // SetTransform, GetTransform (the matrix handed out)
-  std::optional<D3DMATERIAL9> material;  // SetMaterial
+  std::optional<D3DMATRIX> matrix;  // SetTransform, GetTransform (the matrix handed out)
 
   // "SetTexture(0, tex1)".
   std::string Text() const;
 };
 
-class RecordingTexture final : public IDirect3DTexture9 {
+// What textures and vertex buffers share: a name, a reference count that
+// may fall to zero without freeing anything, one lock at a time, and memory
+// filled with RecordingDevice::unwritten_byte until written.
+template <typename Interface>
+class RecordingResource : public Interface {
  public:
-  ~RecordingTexture() override = default;  // the device owns the memory
   ULONG AddRef() override;
   ULONG Release() override;
+  const std::string& Name() const { return name_; }
+  ULONG References() const { return refs_; }
+  const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
+
+ protected:
+  RecordingResource(RecordingDevice& device, std::string name, std::size_t size);
+  // Logs a lock; unless a failure was asked for, hands out the memory at
+  // `offset` when `valid` and the resource is not locked yet.
+  HRESULT Lock(std::string method, std::vector<std::string> args, bool valid, std::size_t offset, void** bits);
+  // Logs an unlock; one without a lock, or not `valid`, is a misuse.
+  HRESULT Unlock(std::string method, std::vector<std::string> args, bool valid, const char* lock_method);
+  // Logs a call, noting a misuse when the resource is already released.
+  HRESULT Record(std::string method, std::vector<std::string> args);
+
+  RecordingDevice& device_;
+  std::string name_;
+  ULONG refs_ = 1;
+  bool locked_ = false;
+  std::vector<std::uint8_t> bytes_;
+};
+
+class RecordingTexture final : public RecordingResource<IDirect3DTexture9> {
+ public:
   HRESULT LockRect(UINT Level, D3DLOCKED_RECT* pLockedRect, const RECT* pRect, DWORD Flags) override;
   HRESULT UnlockRect(UINT Level) override;
-
-  const std::string& Name() const { return name_; }
-  UINT Width() const { return width_; }
-  UINT Height() const { return height_; }
-  UINT Levels() const { return levels_; }
-  DWORD Usage() const { return usage_; }
-  D3DFORMAT Format() const { return format_; }
-  D3DPOOL Pool() const { return pool_; }
   // Rows of level 0 lie this many bytes apart, more than a row needs, so
-  // code that ignores the pitch shows up.
+  // code that ignores the pitch shows up. Bytes() holds level 0 only.
   INT Pitch() const { return pitch_; }
-  ULONG References() const { return refs_; }
-  bool Locked() const { return locked_; }
   // Texel (x, y) of level 0 as a 32-bit value (alpha in the top byte);
   // texels never written read RecordingDevice::unwritten. Throws
   // std::out_of_range outside the texture.
   std::uint32_t Texel(UINT x, UINT y) const;
-  // Level 0 with its row padding, Pitch() bytes a row.
-  const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
 
  private:
   friend class RecordingDevice;
-  RecordingTexture(RecordingDevice& device, std::string name, UINT width, UINT height, UINT levels, DWORD usage,
-                   D3DFORMAT format, D3DPOOL pool);
-
-  RecordingDevice& device_;
-  std::string name_;
-  UINT width_, height_, levels_;
-  DWORD usage_;
-  D3DFORMAT format_;
-  D3DPOOL pool_;
+  RecordingTexture(RecordingDevice& device, std::string name, UINT width, UINT height);
+  UINT width_, height_;
   INT pitch_;
-  ULONG refs_ = 1;
-  bool locked_ = false;
-  std::vector<std::uint8_t> bytes_;  // level 0 only
+  bool host_ = false;  // made by MakeHostTexture
 };
 
-class RecordingVertexBuffer final : public IDirect3DVertexBuffer9 {
+class RecordingVertexBuffer final : public RecordingResource<IDirect3DVertexBuffer9> {
  public:
-  ~RecordingVertexBuffer() override = default;  // the device owns the memory
-  ULONG AddRef() override;
-  ULONG Release() override;
   HRESULT Lock(UINT OffsetToLock, UINT SizeToLock, void** ppbData, DWORD Flags) override;
   HRESULT Unlock() override;
-
-  const std::string& Name() const { return name_; }
   UINT Length() const { return UINT(bytes_.size()); }
-  DWORD Usage() const { return usage_; }
-  DWORD FVF() const { return fvf_; }
-  D3DPOOL Pool() const { return pool_; }
-  ULONG References() const { return refs_; }
-  bool Locked() const { return locked_; }
-  const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
   // Element `index` of the contents read as an array of T.
   template <typename T>
   T At(std::size_t index) const {
@@ -109,17 +101,7 @@ class RecordingVertexBuffer final : public IDirect3DVertexBuffer9 {
 
  private:
   friend class RecordingDevice;
-  RecordingVertexBuffer(RecordingDevice& device, std::string name, UINT length, DWORD usage, DWORD fvf,
-                        D3DPOOL pool);
-
-  RecordingDevice& device_;
-  std::string name_;
-  DWORD usage_;
-  DWORD fvf_;
-  D3DPOOL pool_;
-  ULONG refs_ = 1;
-  bool locked_ = false;
-  std::vector<std::uint8_t> bytes_;
+  using RecordingResource::RecordingResource;
 };
 
 class RecordingDevice final : public IDirect3DDevice9 {
@@ -131,7 +113,6 @@ class RecordingDevice final : public IDirect3DDevice9 {
   RecordingDevice() = default;
   RecordingDevice(const RecordingDevice&) = delete;
   RecordingDevice& operator=(const RecordingDevice&) = delete;
-  ~RecordingDevice() override;
 
   ULONG AddRef() override;
   ULONG Release() override;
@@ -159,16 +140,15 @@ class RecordingDevice final : public IDirect3DDevice9 {
   // Makes the next `times` calls of `method` (any logged name, e.g.
   // "CreateTexture", "LockRect", "Lock") fail with E_FAIL; a negative
   // `times` fails every call until Succeed(method).
-  void Fail(std::string_view method, int times = -1);
-  void Succeed(std::string_view method);
+  void Fail(std::string_view method, int times = -1) { failures_[std::string(method)] = times; }
+  void Succeed(std::string_view method) { failures_.erase(std::string(method)); }
 
   // --- The log ---
   const std::vector<DeviceCall>& Calls() const { return calls_; }
-  // The calls as text, optionally only those named `method`.
-  std::vector<std::string> Log() const;
-  std::vector<std::string> Log(std::string_view method) const;
+  // The calls, or their text, optionally only those named `method`.
   std::vector<DeviceCall> Calls(std::string_view method) const;
-  std::size_t Count(std::string_view method) const;
+  std::vector<std::string> Log(std::optional<std::string_view> method = std::nullopt) const;
+  std::size_t Count(std::string_view method) const { return Calls(method).size(); }
   void ClearLog() { calls_.clear(); }
   // Calls made on resources after their last Release, and unlocks without a
   // lock, as log text; empty when the library behaved.
@@ -179,8 +159,6 @@ class RecordingDevice final : public IDirect3DDevice9 {
   // It starts with one reference, which the test owns.
   RecordingTexture* MakeHostTexture(UINT width, UINT height);
   const std::vector<std::unique_ptr<RecordingTexture>>& Textures() const { return textures_; }
-  const std::vector<std::unique_ptr<RecordingVertexBuffer>>& VertexBuffers() const { return buffers_; }
-  RecordingTexture* TextureNamed(std::string_view name) const;
   RecordingVertexBuffer* VertexBufferNamed(std::string_view name) const;
   // Resources made through CreateTexture / CreateVertexBuffer that still hold
   // a reference (host textures are not counted).
@@ -188,51 +166,33 @@ class RecordingDevice final : public IDirect3DDevice9 {
   ULONG References() const { return refs_; }
 
   // --- State set through the calls ---
-  // Transforms start as the identity; other states as 0 until set.
+  // Transforms start as the identity.
   D3DMATRIX Transform(D3DTRANSFORMSTATETYPE state) const;
-  std::optional<DWORD> RenderState(D3DRENDERSTATETYPE state) const;
-  std::optional<DWORD> TextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type) const;
-  std::optional<DWORD> SamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type) const;
-  IDirect3DBaseTexture9* BoundTexture(DWORD stage) const;
+  IDirect3DBaseTexture9* BoundTexture(DWORD stage) const { return bound_.count(stage) ? bound_.at(stage) : nullptr; }
   const std::optional<D3DMATERIAL9>& Material() const { return material_; }
-  DWORD CurrentFVF() const { return fvf_; }
-  IDirect3DVertexBuffer9* StreamSource() const { return stream_; }
-  UINT StreamOffset() const { return stream_offset_; }
-  UINT StreamStride() const { return stream_stride_; }
-
-  // Name of a resource pointer as the log writes it.
-  std::string NameOf(const IDirect3DBaseTexture9* texture) const;
-  std::string NameOf(const IDirect3DVertexBuffer9* buffer) const;
 
  private:
-  friend class RecordingTexture;
-  friend class RecordingVertexBuffer;
+  template <typename>
+  friend class RecordingResource;
 
   // Logs a call and returns its result: E_FAIL when a failure was asked for.
-  HRESULT record(std::string name, std::vector<std::string> args);
-  void misuse(const std::string& what) { misuses_.push_back(what); }
+  HRESULT Record(std::string name, std::vector<std::string> args);
+  // Sets the result of the last logged call.
+  HRESULT Result(HRESULT hr) { return calls_.back().result = hr; }
+  template <typename Resource, typename Pointer>
+  static std::string NameIn(const std::vector<std::unique_ptr<Resource>>& own, const Pointer* p);
 
   std::vector<DeviceCall> calls_;
   std::vector<std::string> misuses_;
   std::map<std::string, int, std::less<>> failures_;
   std::vector<std::unique_ptr<RecordingTexture>> textures_;
   std::vector<std::unique_ptr<RecordingVertexBuffer>> buffers_;
-  std::vector<const RecordingTexture*> host_textures_;
   ULONG refs_ = 1;
 
   std::map<DWORD, D3DMATRIX> transforms_;
-  std::map<DWORD, DWORD> render_states_;
-  std::map<std::pair<DWORD, DWORD>, DWORD> stage_states_;
-  std::map<std::pair<DWORD, DWORD>, DWORD> sampler_states_;
   std::map<DWORD, IDirect3DBaseTexture9*> bound_;
   std::optional<D3DMATERIAL9> material_;
-  DWORD fvf_ = 0;
   IDirect3DVertexBuffer9* stream_ = nullptr;
-  UINT stream_offset_ = 0;
-  UINT stream_stride_ = 0;
 };
-
-// Formats a float as the log does (shortest form that reads back exactly).
-std::string FloatText(float value);
 
 }  // namespace so3d::test
