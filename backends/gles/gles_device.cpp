@@ -147,14 +147,6 @@ GlesDevice::~GlesDevice() {
   glDeleteRenderbuffers(1, &depth_);
 }
 
-ULONG GlesDevice::AddRef() { return ++references_; }
-
-ULONG GlesDevice::Release() {
-  const ULONG left = --references_;
-  if (left == 0) delete this;
-  return left;
-}
-
 HRESULT GlesDevice::BeginScene() {
   if (in_scene_) return D3DERR_INVALIDCALL;
   in_scene_ = true;

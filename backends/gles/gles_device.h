@@ -31,6 +31,7 @@
 #include "backends/gles/device_state.h"
 #include "backends/gles/ffp_program.h"
 #include "backends/gles/gl_state_cache.h"
+#include "backends/gles/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
@@ -44,15 +45,13 @@ struct DeviceOptions {
   UINT height = 480;
 };
 
-class GlesDevice final : public IDirect3DDevice9 {
+class GlesDevice final : public RefCounted<IDirect3DDevice9> {
  public:
   // A device with one reference. E_FAIL when no ES 3 context can be made
   // (then `why`, which may be null, says why), D3DERR_INVALIDCALL for a zero
   // or too large size.
   static HRESULT Create(const DeviceOptions& options, GlesDevice** out, std::string* why = nullptr);
 
-  ULONG AddRef() override;
-  ULONG Release() override;
 
   HRESULT BeginScene() override;
   HRESULT EndScene() override;
@@ -107,7 +106,6 @@ class GlesDevice final : public IDirect3DDevice9 {
   void apply_vertices();
 
   std::shared_ptr<GlesRuntime> runtime_;
-  std::atomic<ULONG> references_{1};
   UINT width_, height_;
   DeviceState state_;
   std::uint32_t dirty_ = dirty_all;

@@ -54,14 +54,6 @@ GlesTexture::~GlesTexture() {
   }
 }
 
-ULONG GlesTexture::AddRef() { return ++references_; }
-
-ULONG GlesTexture::Release() {
-  const ULONG left = --references_;
-  if (left == 0) delete this;
-  return left;
-}
-
 HRESULT GlesTexture::LockRect(UINT level, D3DLOCKED_RECT* locked, const RECT* rect, DWORD flags) {
   if (!locked || level != 0 || locked_) return D3DERR_INVALIDCALL;
   RECT r{0, 0, LONG(width_), LONG(height_)};

@@ -13,13 +13,14 @@
 #include <memory>
 #include <vector>
 
+#include "backends/gles/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
 
 struct GlesRuntime;
 
-class GlesTexture final : public IDirect3DTexture9 {
+class GlesTexture final : public RefCounted<IDirect3DTexture9> {
  public:
   // D3DERR_INVALIDCALL for a zero or too large size, a format other than the
   // two above, or more than one level asked for; E_OUTOFMEMORY when memory
@@ -28,8 +29,6 @@ class GlesTexture final : public IDirect3DTexture9 {
   static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UINT height, UINT levels,
                         D3DFORMAT format, GlesTexture** out);
 
-  ULONG AddRef() override;
-  ULONG Release() override;
   // Level 0 only; `rect` (may be null: the whole texture) must lie inside
   // and not be empty. One lock at a time.
   HRESULT LockRect(UINT level, D3DLOCKED_RECT* locked, const RECT* rect, DWORD flags) override;
@@ -48,7 +47,6 @@ class GlesTexture final : public IDirect3DTexture9 {
   ~GlesTexture() override;
 
   std::shared_ptr<GlesRuntime> runtime_;
-  std::atomic<ULONG> references_{1};
   UINT width_, height_;
   std::vector<std::uint8_t> texels_;
   GLuint name_ = 0;

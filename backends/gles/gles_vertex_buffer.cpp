@@ -38,14 +38,6 @@ GlesVertexBuffer::~GlesVertexBuffer() {
   }
 }
 
-ULONG GlesVertexBuffer::AddRef() { return ++references_; }
-
-ULONG GlesVertexBuffer::Release() {
-  const ULONG left = --references_;
-  if (left == 0) delete this;
-  return left;
-}
-
 HRESULT GlesVertexBuffer::Lock(UINT offset, UINT size, void** data, DWORD flags) {
   if (!data || locked_) return D3DERR_INVALIDCALL;
   const UINT length = Length();

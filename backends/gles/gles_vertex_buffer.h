@@ -10,19 +10,18 @@
 #include <memory>
 #include <vector>
 
+#include "backends/gles/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
 
 struct GlesRuntime;
 
-class GlesVertexBuffer final : public IDirect3DVertexBuffer9 {
+class GlesVertexBuffer final : public RefCounted<IDirect3DVertexBuffer9> {
  public:
   // D3DERR_INVALIDCALL for a length of 0; E_OUTOFMEMORY when memory is short.
   static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT length, DWORD fvf, GlesVertexBuffer** out);
 
-  ULONG AddRef() override;
-  ULONG Release() override;
   // `size` 0 (with offset 0) locks the whole buffer; the range must lie
   // inside. One lock at a time.
   HRESULT Lock(UINT offset, UINT size, void** data, DWORD flags) override;
@@ -40,7 +39,6 @@ class GlesVertexBuffer final : public IDirect3DVertexBuffer9 {
   ~GlesVertexBuffer() override;
 
   std::shared_ptr<GlesRuntime> runtime_;
-  std::atomic<ULONG> references_{1};
   DWORD fvf_;
   std::vector<std::uint8_t> bytes_;
   GLuint name_ = 0;
