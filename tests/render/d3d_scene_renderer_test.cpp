@@ -46,17 +46,8 @@ TEST(TransformToD3DMatrix, ScalesThenOffsetsThenTurnsThenMoves) {
   EXPECT_EQ(World(v).m[3][3], 1);
 }
 
-class Renderer : public ::testing::Test {
+class Renderer : public RenderingTest {
  protected:
-  RecordingDevice device;
-  RecordingRegistries r;
-  TempDir dir;
-  soD3DSceneRenderer renderer{&device};
-
-  void SetUp() override {
-    r.log.device = &device;
-    dir.Write("quad.lwo", QuadObject());
-  }
   template <class Scene = soLightWaveScene>
   std::unique_ptr<Scene> Load(const SceneWriter& w) {
     auto scene = std::make_unique<Scene>(*r.textures, r.objects);

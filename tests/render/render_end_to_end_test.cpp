@@ -25,17 +25,11 @@ void ExpectRow(const D3DMATRIX& m, so_vector3 expected) {
   EXPECT_EQ(m.m[3][3], 1);
 }
 
-class EndToEnd : public ::testing::Test {
+class EndToEnd : public RenderingTest {
  protected:
-  RecordingDevice device;
-  RecordingRegistries r;
-  TempDir dir;
-  soD3DSceneRenderer renderer{&device};
-
   void SetUp() override {
-    r.log.device = &device;
-    for (const char* name : {"quad.lwo", "carrier.lwo", "plain.lwo", "a.lwo", "b.lwo"})
-      dir.Write(name, QuadObject());
+    RenderingTest::SetUp();
+    for (const char* name : {"carrier.lwo", "plain.lwo", "a.lwo", "b.lwo"}) dir.Write(name, QuadObject());
     renderer.Initalize(720, 480);
     renderer.UpdateProjectionSize(720, 480);
   }
