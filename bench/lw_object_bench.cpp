@@ -9,7 +9,7 @@
 #include <string>
 
 #include "bench/grid_object.h"
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 #include "objects/lightwave/so_lwo_file.h"
 
 namespace {

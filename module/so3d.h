@@ -4,18 +4,18 @@
 #include "module/so_module.h"
 
 // Scenes, their records and the per-screen settings.
-#include "scene/so_envelope.h"
+#include "base/so_envelope.h"
 #include "scene/so_object_settings.h"
-#include "scene/so_records.h"
+#include "base/so_records.h"
 #include "scene/so_scene.h"
 #include "scene/so_scene_item.h"
 
 // Objects and their registry.
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
 #include "objects/so_overlay_object.h"
-#include "objects/so_surface.h"
+#include "base/so_surface.h"
 
 // Textures.
 #include "textures/so_d3d_texture_manager.h"

@@ -5,19 +5,10 @@
 #include "platform/foundation/z_string_id.h"
 #include "scene/so_object_settings.h"
 
-// Static initialisers, in this order: boot registration, then the constants.
+// Registered by a static initialiser, so loading the library is enough.
 namespace {
 const zBoot so_boot_registration(&soModule::Boot, &soModule::Shutdown, so_module_code);
 }  // namespace
-
-float soFrameWidth = 7.2f;
-float soFrameHeight = 4.8f;
-so_fopen_fn so_fopen = nullptr;
-
-std::FILE* so_open_for_reading(const char* path) {
-  if (!path) return nullptr;
-  return so_fopen ? so_fopen(path, "rb") : std::fopen(path, "rb");
-}
 
 void soModule::Boot() {
   zBoot::Depends(zCore::kModuleCode, &zCore::Boot);

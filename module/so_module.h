@@ -1,25 +1,13 @@
 #pragma once
-// Module start-up: boot registration, frame constants and the file-open hook.
+// Module start-up: boot registration. The frame constants and the file-open
+// hook it installs live with the records (base/so_frame.h).
 #include <cstdint>
-#include <cstdio>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
+#include "base/so_frame.h"
 
 // The module's four-character code, 'QVR_'.
 inline constexpr std::int32_t so_module_code = 0x5156525F;
-
-// The frame plane in scene units (7.2 × 4.8: a 720 × 480 output seen from
-// distance 10 with a 27-degree vertical field of view).
-extern SO3D_API float soFrameWidth;
-extern SO3D_API float soFrameHeight;
-
-// Opens files for the object readers; null until boot, then the foundation's
-// zFileStream::os_fopen.
-using so_fopen_fn = std::FILE* (*)(const char* path, const char* mode);
-extern SO3D_API so_fopen_fn so_fopen;
-
-// Opens `path` for reading ("rb") through so_fopen, or fopen before boot.
-std::FILE* so_open_for_reading(const char* path);
 
 class SO3D_API soModule {
  public:

@@ -5,8 +5,8 @@
 // its surfaces and their blocks (see objects/so_surface.h).
 #include <cstdint>
 
-#include "module/so3d_export.h"
-#include "objects/so_surface.h"
+#include "base/so3d_export.h"
+#include "base/so_surface.h"
 #include "platform/foundation/z_string.h"
 #include "platform/foundation/z_types.h"
 

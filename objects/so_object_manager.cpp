@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 
 soObjectManager::soObjectManager() = default;
 

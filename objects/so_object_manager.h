@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "objects/so_object.h"
 
 class soTextureManager;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "objects/so_object.h"
 
 class SO3D_API soOverlayObject : public soObject {

@@ -4,7 +4,7 @@
 // operations is part of the exported interface.
 #include <cstdint>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/d3d9/d3d9.h"
 #include "platform/foundation/x_unknown.h"
 

@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/d3d9/d3d9.h"
 #include "render/so_drawable_object.h"
 

@@ -10,7 +10,7 @@
 // the device.
 #include <cstdint>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "objects/so_object_manager.h"
 #include "platform/d3d9/d3d9.h"
 

@@ -11,7 +11,7 @@
 // device every operation does nothing.
 #include <cstdint>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/d3d9/d3d9.h"
 #include "platform/d3dx/d3dx_math.h"
 #include "render/so_scene_renderer.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "objects/so_object.h"
 
 class SO3D_API soDrawableObject : public soObject {

@@ -8,9 +8,9 @@
 // to the host. One thread at a time, the one that owns the device.
 #include <cstdint>
 
-#include "module/so3d_export.h"
-#include "objects/so_surface.h"
-#include "scene/so_records.h"
+#include "base/so3d_export.h"
+#include "base/so_surface.h"
+#include "base/so_records.h"
 #include "scene/so_scene.h"
 
 class soDrawingCallback;

@@ -4,8 +4,8 @@
 // keying functions report a short allocation with a null or -1 result.
 #include <cstdint>
 
-#include "scene/so_envelope.h"
-#include "scene/so_records.h"
+#include "base/so_envelope.h"
+#include "base/so_records.h"
 #include "scene/so_scene_item.h"
 
 // The shape id of a scene file's shape number: 0 TCB, 1 BEZI, 2 HERM,

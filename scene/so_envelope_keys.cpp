@@ -1,6 +1,6 @@
 #include <new>
 
-#include "scene/so_envelope.h"
+#include "base/so_envelope.h"
 
 so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, const so_envelope_key& key) {
   auto& nodes = env.key_nodes;

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "module/so_module.h"
+#include "base/so_frame.h"
 #include "objects/so_object_manager.h"
 #include "scene/so_envelope_eval.h"
 #include "scene/so_object_settings.h"

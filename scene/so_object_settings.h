@@ -3,10 +3,10 @@
 // class a host may use, and how a record changes an item's transform.
 #include <cstdint>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/foundation/z_record.h"
 #include "platform/foundation/z_types.h"
-#include "scene/so_records.h"
+#include "base/so_records.h"
 
 // Variable ids of the settings records.
 inline constexpr std::uint32_t so_id_build_in_out = zFourCC("soBl");  // rect

@@ -10,9 +10,9 @@
 #include <memory>
 #include <vector>
 
-#include "module/so3d_export.h"
-#include "scene/so_envelope.h"
-#include "scene/so_records.h"
+#include "base/so3d_export.h"
+#include "base/so_envelope.h"
+#include "base/so_records.h"
 #include "scene/so_scene_item.h"
 
 class soObject;

@@ -9,7 +9,7 @@
 #include "platform/foundation/z_file_stream.h"
 #include "scene/so_envelope_eval.h"
 #include "scene/so_lightwave_scene.h"
-#include "textures/texture_paths.h"
+#include "base/so_file_paths.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "platform/foundation/z_types.h"
-#include "scene/so_envelope.h"
-#include "scene/so_records.h"
+#include "base/so_envelope.h"
+#include "base/so_records.h"
 
 class soObject;
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "objects/so_surface.h"
+#include "base/so_surface.h"
 
 namespace {
 

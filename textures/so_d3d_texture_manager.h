@@ -22,7 +22,7 @@
 #include <memory>
 #include <vector>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/d3d9/d3d9.h"
 #include "textures/so_texture_manager.h"
 

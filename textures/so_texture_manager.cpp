@@ -3,7 +3,7 @@
 #include <new>
 
 #include "platform/foundation/z_id_generator.h"
-#include "textures/texture_paths.h"
+#include "base/so_file_paths.h"
 
 soTextureManager::soTextureManager() {
   // Without memory for the lock the registry still works, unguarded, for

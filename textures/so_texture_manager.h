@@ -11,11 +11,11 @@
 #include <memory>
 #include <vector>
 
-#include "module/so3d_export.h"
+#include "base/so3d_export.h"
 #include "platform/foundation/x_unknown.h"
 #include "platform/foundation/z_critical.h"
 #include "platform/foundation/z_string.h"
-#include "scene/so_records.h"
+#include "base/so_records.h"
 
 struct so_surface;
 

@@ -14,14 +14,14 @@
 #include <fstream>
 #include <string>
 
-#include "tests/support/lwo_writer.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/lwo_writer.h"
+#include "fixtures/scene_writer.h"
 
 namespace {
 
-using so3d::test::LwoWriter;
-using so3d::test::QuadObject;
-using so3d::test::SceneWriter;
+using so3d::fixtures::LwoWriter;
+using so3d::fixtures::QuadObject;
+using so3d::fixtures::SceneWriter;
 
 std::string Box(float w, float h, float d) {
   const float x = w / 2, y = h / 2, z = d / 2;

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "objects/lightwave/so_lwo_surface.h"
-#include "scene/so_envelope.h"
+#include "base/so_envelope.h"
 
 struct so_lwo_vertex_map;
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <new>
 
-#include "module/so_module.h"
+#include "base/so_frame.h"
 #include "platform/foundation/z_types.h"
 #include "platform/memory/large_blocks.h"
 

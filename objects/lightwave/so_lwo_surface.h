@@ -10,7 +10,7 @@
 
 #include "objects/lightwave/so_lwo_read.h"
 #include "platform/foundation/z_types.h"
-#include "scene/so_envelope.h"
+#include "base/so_envelope.h"
 
 struct so_lwo_value {
   float value = 0.0f;

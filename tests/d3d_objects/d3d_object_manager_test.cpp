@@ -8,12 +8,13 @@
 #include "module/so3d.h"
 #include "tests/render/render_fixtures.h"
 #include "tests/support/recording_device.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 using Log = std::vector<std::string>;
 
 TEST(D3DObjectManager, LoadedSceneReachesTheDeviceAndLeavesWithIt) {

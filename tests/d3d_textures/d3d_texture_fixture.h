@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "objects/so_surface.h"
+#include "base/so_surface.h"
 #include "tests/support/recording_device.h"
 #include "textures/so_d3d_texture_manager.h"
 

@@ -11,14 +11,15 @@
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_scene.h"
 #include "tests/gles/gles_test_support.h"
-#include "tests/support/lwo_writer.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/lwo_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "textures/so_d3d_texture_manager.h"
 
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 
 // 180 × 120 keeps the frame's 3:2 shape; the camera 10 units away sees a
 // 7.2 × 4.8 plane, so a 3.6 × 2.4 quad covers the middle half each way.

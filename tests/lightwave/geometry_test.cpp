@@ -4,9 +4,10 @@
 #include <cmath>
 
 #include "tests/lightwave/lwo_test_util.h"
-#include "tests/support/lwo_writer.h"
+#include "fixtures/lwo_writer.h"
 
 namespace so3d::test {
+using namespace so3d::fixtures;
 namespace {
 
 // A unit square in the XY plane, counter-clockwise seen from +z.

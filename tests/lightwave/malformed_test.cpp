@@ -5,9 +5,10 @@
 
 #include "objects/lightwave/so_lwo_read.h"
 #include "tests/lightwave/lwo_test_util.h"
-#include "tests/support/lwo_writer.h"
+#include "fixtures/lwo_writer.h"
 
 namespace so3d::test {
+using namespace so3d::fixtures;
 namespace {
 
 using Body = std::function<void(IffBytes&)>;

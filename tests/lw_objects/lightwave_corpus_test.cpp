@@ -3,7 +3,7 @@
 // reader.
 #include <gtest/gtest.h>
 
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 #include "tests/lightwave/lwo_walk.h"
 #include "tests/support/temp_dir.h"
 #include "tests/textures/memory_texture_manager.h"

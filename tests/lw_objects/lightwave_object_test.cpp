@@ -4,14 +4,14 @@
 #include <tuple>
 #include <vector>
 
-#include "objects/lightwave/so_lightwave_object.h"
-#include "tests/support/lwo_writer.h"
+#include "objects/so_lightwave_object.h"
+#include "fixtures/lwo_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/textures/memory_texture_manager.h"
 
-using so3d::test::IffBytes;
-using so3d::test::LwoWriter;
-using so3d::test::Vec3;
+using so3d::fixtures::IffBytes;
+using so3d::fixtures::LwoWriter;
+using so3d::fixtures::Vec3;
 
 namespace {
 

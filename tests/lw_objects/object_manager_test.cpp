@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 #include "objects/so_object_manager.h"
 #include "objects/so_overlay_object.h"
 #include "tests/textures/memory_texture_manager.h"

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "scene/so_object_settings.h"
-#include "scene/so_records.h"
+#include "base/so_records.h"
 
 namespace {
 

@@ -12,12 +12,13 @@
 #include "render/so_d3d_utils.h"
 #include "scene/so_lightwave_scene.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 
 void ExpectPointNear(so_vector3 actual, so_vector3 expected, float tolerance = 1e-5f) {
   EXPECT_NEAR(actual.x, expected.x, tolerance);

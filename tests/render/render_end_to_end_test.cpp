@@ -11,12 +11,13 @@
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 
 void ExpectRow(const D3DMATRIX& m, so_vector3 expected) {
   EXPECT_NEAR(m.m[3][0], expected.x, 1e-5f);

@@ -11,12 +11,13 @@
 #include "objects/so_object_manager.h"
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_scene.h"
-#include "tests/support/lwo_writer.h"
+#include "fixtures/lwo_writer.h"
 #include "tests/support/recording_device.h"
 #include "tests/support/temp_dir.h"
 #include "tests/textures/memory_texture_manager.h"
 
 namespace so3d::test {
+using namespace so3d::fixtures;
 
 // One Draw as a drawable received it, with the device's transforms at the
 // moment of the call. The state's pointers are compared, never followed.

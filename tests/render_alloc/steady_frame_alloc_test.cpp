@@ -12,7 +12,7 @@
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -60,6 +60,7 @@ void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { releas
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 
 // A device that keeps only the transforms and allocates nothing.
 class QuietDevice final : public IDirect3DDevice9 {

@@ -6,13 +6,13 @@
 #include "platform/foundation/z_file_stream.h"
 #include "scene/so_lightwave_scene.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
 
 namespace {
 
-using so3d::test::SceneWriter;
+using so3d::fixtures::SceneWriter;
 
 struct Loaded {
   so3d::test::TestRegistries registries;
@@ -124,7 +124,7 @@ TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
 
 TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {
   Loaded s;
-  s.dir.Write("quad.lwo", so3d::test::QuadObject());
+  s.dir.Write("quad.lwo", so3d::fixtures::QuadObject());
   SceneWriter w;
   // Stored with the authoring machine's drive and folder: found beside the
   // scene file by its leaf.

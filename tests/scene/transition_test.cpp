@@ -7,13 +7,14 @@
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/scene_writer.h"
+#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
 
 namespace {
 
 using namespace so3d::test;
+using namespace so3d::fixtures;
 
 class Transition : public ::testing::Test {
  protected:

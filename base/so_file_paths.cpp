@@ -1,4 +1,4 @@
-#include "textures/texture_paths.h"
+#include "base/so_file_paths.h"
 
 #include <cstring>
 #include <string>

@@ -1,4 +1,4 @@
-#include "scene/so_records.h"
+#include "base/so_records.h"
 
 const so_screen_data* so_match_screen(const so_screen_data* screens, std::int32_t count,
                                       const so_object_data& object) {

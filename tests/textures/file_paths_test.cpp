@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "textures/texture_paths.h"
+#include "base/so_file_paths.h"
 
 namespace {
 

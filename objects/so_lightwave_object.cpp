@@ -1,4 +1,4 @@
-#include "objects/lightwave/so_lightwave_object.h"
+#include "objects/so_lightwave_object.h"
 
 #include <cstddef>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "objects/so_surface.h"
+#include "base/so_surface.h"
 
 #include <cstdlib>
 #include <cstring>

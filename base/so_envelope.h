@@ -1,0 +1,79 @@
+#pragma once
+// Keyed motion curves: the key and envelope records, shape ids, and the
+// channel remapper types. The object-file readers fill the same records from
+// ENVL chunks; scenes key and evaluate them per channel.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/foundation/z_types.h"
+
+// Span shapes.
+inline constexpr std::uint32_t so_shape_tcb = zFourCC("TCB ");
+inline constexpr std::uint32_t so_shape_bezi = zFourCC("BEZI");
+inline constexpr std::uint32_t so_shape_herm = zFourCC("HERM");
+inline constexpr std::uint32_t so_shape_line = zFourCC("LINE");
+inline constexpr std::uint32_t so_shape_step = zFourCC("STEP");
+inline constexpr std::uint32_t so_shape_bez2 = zFourCC("BEZ2");
+
+// Number of animated channels of a scene item.
+inline constexpr int so_channel_count = 17;
+
+struct so_envelope_key {
+  so_envelope_key* next = nullptr;  // later key
+  so_envelope_key* prev = nullptr;  // earlier key
+  float value = 0.0f;
+  float time = 0.0f;
+  std::uint32_t shape = 0;  // shape of the span that ends at this key
+  float tension = 0.0f;
+  float continuity = 0.0f;
+  float bias = 0.0f;
+  float param[4] = {0, 0, 0, 0};
+};
+
+// A plug-in reference read from an object file: a shader, an image or pixel
+// filter of a clip, or a channel filter of an envelope.
+struct so_lwo_plugin_ref {
+  std::string ordinal;  // shaders only
+  std::string name;
+  std::uint32_t flags = 0;
+  std::vector<std::uint8_t> data;
+};
+
+struct so_envelope {
+  so_envelope* next = nullptr;  // links of an object file's envelope list
+  so_envelope* prev = nullptr;
+  std::int32_t index = 0;
+  std::int32_t type = 0;
+  std::string name;
+  so_envelope_key* keys = nullptr;  // first key; ascending time
+  std::int32_t key_count = 0;
+  std::int32_t pre = 0;   // behaviour before the first key
+  std::int32_t post = 0;  // behaviour after the last key
+  std::vector<so_lwo_plugin_ref> filters;
+  std::int32_t filter_count = 0;
+
+  // The keys in list order; owns them. `keys`, the links and `key_count`
+  // mirror it. Change it only through the so_envelope_* functions below, and
+  // leave a key's time as it was inserted.
+  std::vector<std::unique_ptr<so_envelope_key>> key_nodes;
+  // False once a key was inserted out of time order (or with a NaN time):
+  // evaluation then walks the keys instead of bisecting them.
+  bool keys_ordered = true;
+};
+
+// Inserts a copy of `key` at `position` (0 = first; clamped to the end),
+// links it and updates `keys` and `key_count`. Returns the stored key, or
+// null when memory is short.
+so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, const so_envelope_key& key);
+// Frees every key.
+void so_envelope_clear_keys(so_envelope& env);
+
+// The value of a channel at a time; `item` is the scene item.
+using so_channel_value_fn = float (*)(void* item, std::int32_t channel, float time, float def);
+// A per-channel remapper: may change the time (or anything else) and
+// normally returns value(item, channel, changed time, def).
+using so_channel_eval = float (*)(void* item, so_channel_value_fn value, std::int32_t channel, float time,
+                                  float def);
