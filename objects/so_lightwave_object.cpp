@@ -27,7 +27,7 @@ struct file_releaser {
 // kept, the registrations are withdrawn again when the load fails later.
 class still_images {
  public:
-  still_images(so_lwo_file& file, soTextureManager* textures) : textures(textures) {
+  still_images(so_lwo_file& file, soTextureManager* registry) : textures(registry) {
     ids.reserve(file.clips.size());  // so that no registration goes unrecorded
     for (const auto& clip : file.clips) {
       if (clip == nullptr || clip->kind != so_lwo_clip_still) continue;
@@ -166,8 +166,8 @@ void soLightWaveObject::surfaces_deleter::operator()(so_surface* records) const 
   delete[] records;
 }
 
-soLightWaveObject::soLightWaveObject(const char* name, soTextureManager* texture_manager)
-    : soObject(name), texture_manager(texture_manager) {}
+soLightWaveObject::soLightWaveObject(const char* object_name, soTextureManager* textures)
+    : soObject(object_name), texture_manager(textures) {}
 
 soLightWaveObject::~soLightWaveObject() = default;
 

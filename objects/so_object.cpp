@@ -1,6 +1,6 @@
 #include "objects/so_object.h"
 
-soObject::soObject(const char* name) : name(name) {}
+soObject::soObject(const char* object_name) : name(object_name) {}
 
 soObject::~soObject() = default;
 

@@ -11,7 +11,7 @@ void set_rgba(so_rgba& c, float r, float g, float b, float a) { c = so_rgba{r, g
 
 }  // namespace
 
-soOverlayObject::soOverlayObject(const char* name) : soObject(name) {}
+soOverlayObject::soOverlayObject(const char* object_name) : soObject(object_name) {}
 
 soOverlayObject::~soOverlayObject() = default;
 

@@ -44,8 +44,8 @@ void set_material(IDirect3DDevice9& device, float opacity) {
 
 }  // namespace
 
-soD3DDrawableObject::soD3DDrawableObject(soObject* wrapped, soD3DTextureManager* textures)
-    : soDrawableObject(wrapped), texture_manager(textures) {}
+soD3DDrawableObject::soD3DDrawableObject(soObject* source, soD3DTextureManager* textures)
+    : soDrawableObject(source), texture_manager(textures) {}
 
 soD3DDrawableObject::~soD3DDrawableObject() { release_vertex_buffers(); }
 

@@ -18,8 +18,8 @@ class inert_texture_manager final : public soD3DTextureManager {
 
 }  // namespace
 
-soD3DObjectManager::soD3DObjectManager(IDirect3DDevice9* device)
-    : device(device), texture_manager(new (std::nothrow) soD3DTextureManager(device)) {}
+soD3DObjectManager::soD3DObjectManager(IDirect3DDevice9* d3d_device)
+    : device(d3d_device), texture_manager(new (std::nothrow) soD3DTextureManager(d3d_device)) {}
 
 soD3DObjectManager::~soD3DObjectManager() {
   // The drawables that the base destroys afterwards keep a pointer to the
@@ -40,9 +40,9 @@ void soD3DObjectManager::ReleaseAllD3DResources() {
   if (texture_manager != nullptr) texture_manager->ReleaseAllD3DResources();
 }
 
-void soD3DObjectManager::ChangeD3Device(IDirect3DDevice9& device) {
-  this->device = &device;
-  if (texture_manager != nullptr) texture_manager->ChangeD3Device(device);
+void soD3DObjectManager::ChangeD3Device(IDirect3DDevice9& new_device) {
+  device = &new_device;
+  if (texture_manager != nullptr) texture_manager->ChangeD3Device(new_device);
   ReleaseAllDeviceDependentResources();
 }
 

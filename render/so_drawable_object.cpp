@@ -1,7 +1,7 @@
 #include "render/so_drawable_object.h"
 
-soDrawableObject::soDrawableObject(soObject* wrapped)
-    : soObject(wrapped != nullptr ? wrapped->Name().CString() : ""), wrapped(wrapped) {}
+soDrawableObject::soDrawableObject(soObject* source)
+    : soObject(source != nullptr ? source->Name().CString() : ""), wrapped(source) {}
 
 soDrawableObject::~soDrawableObject() = default;
 

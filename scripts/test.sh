@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
-# Builds so3d twice (plain, and with AddressSanitizer + UndefinedBehavior-
-# Sanitizer) and runs the whole test suite in both builds.
+# Checks the layering, then builds so3d twice (plain with warnings as errors,
+# and with AddressSanitizer + UndefinedBehaviorSanitizer) and runs the whole
+# test suite in both builds; the plain build's library is held to its
+# documented exports.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
+python3 scripts/check_layers.py .
 jobs=$(nproc)
 for flavour in release asan; do
   dir=build/$flavour
   extra=()
   [ "$flavour" = asan ] && extra=(-DSO3D_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
-  [ "$flavour" = release ] && extra=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
+  [ "$flavour" = release ] && extra=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DSO3D_WERROR=ON)
   cmake -S . -B "$dir" -G Ninja "${extra[@]}" >/dev/null
   cmake --build "$dir" -j "$jobs"
+  [ "$flavour" = release ] && bash scripts/check_exports.sh "$dir/libso3d.so"
   echo "== tests: $flavour build"
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --test-dir "$dir" --output-on-failure -j "$jobs"

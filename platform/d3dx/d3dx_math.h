@@ -5,12 +5,12 @@
 
 struct D3DXVECTOR3 : public D3DVECTOR {
   D3DXVECTOR3() : D3DVECTOR{0.0f, 0.0f, 0.0f} {}
-  D3DXVECTOR3(float x, float y, float z) : D3DVECTOR{x, y, z} {}
+  D3DXVECTOR3(float vx, float vy, float vz) : D3DVECTOR{vx, vy, vz} {}
 };
 
 struct D3DXMATRIX : public D3DMATRIX {
   D3DXMATRIX() : D3DMATRIX{} {}
-  explicit D3DXMATRIX(const D3DMATRIX& m) : D3DMATRIX(m) {}
+  explicit D3DXMATRIX(const D3DMATRIX& from) : D3DMATRIX(from) {}
   float& operator()(unsigned row, unsigned col) { return m[row][col]; }
   float operator()(unsigned row, unsigned col) const { return m[row][col]; }
 };

@@ -1,4 +1,5 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // Reference counting with string-keyed interface lookup.
 //
 // xIUnknown is the interface kind that host objects implement (slot 1
@@ -20,7 +21,7 @@ class xIUnknown {
   virtual ~xIUnknown() = default;
 };
 
-class xCUnknown {
+class Z_API xCUnknown {
  public:
   xCUnknown() = default;
   xCUnknown(const xCUnknown&) = delete;

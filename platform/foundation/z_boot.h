@@ -1,10 +1,11 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zBoot: the registry of modules to boot. A module registers itself with a
 // static zBoot object; the host calls zBoot::BootAll() once it is ready, and
 // every registered module boots once, its dependencies first.
 #include <cstdint>
 
-class zBoot {
+class Z_API zBoot {
  public:
   using BootFn = void (*)();
   using ShutdownFn = void (*)();
@@ -29,6 +30,6 @@ class zBoot {
 // The foundation's own core module, on which every module depends.
 namespace zCore {
 inline constexpr std::int32_t kModuleCode = 0x5A434F52;  // 'ZCOR'
-void Boot();
-bool IsBooted();
+Z_API void Boot();
+Z_API bool IsBooted();
 }  // namespace zCore

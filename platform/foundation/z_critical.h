@@ -1,11 +1,12 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zCritical: a recursive lock (the same thread may enter it again).
 // zAutoCritical holds one for its scope.
 #include <cstdint>
 #include <memory>
 #include <mutex>
 
-class zCritical {
+class Z_API zCritical {
  public:
   // `kind` is kept for the foundation's signature; every kind is recursive.
   static std::unique_ptr<zCritical> Factory(std::int32_t kind);

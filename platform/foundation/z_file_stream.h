@@ -1,4 +1,5 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zFileStream: a whole-file reader. The module opens a file, reads it in one
 // go into a zBuffer, and parses from memory.
 #include <cstdint>
@@ -7,7 +8,7 @@
 
 #include "platform/foundation/z_string.h"
 
-class zBuffer {
+class Z_API zBuffer {
  public:
   const std::uint8_t* Data() const { return bytes_.data(); }
   std::uint8_t* Data() { return bytes_.data(); }
@@ -19,7 +20,7 @@ class zBuffer {
   std::vector<std::uint8_t> bytes_;
 };
 
-class zFileStream {
+class Z_API zFileStream {
  public:
   // Mode bits. The module opens its files with kRead | kExisting (5).
   static constexpr std::int32_t kRead = 0x1;

@@ -1,9 +1,10 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zFSPath: splits a path into components. Both '/' and '\\' separate
 // components, so paths written on either platform can be taken apart here.
 #include "platform/foundation/z_string.h"
 
-class zFSPath {
+class Z_API zFSPath {
  public:
   zFSPath() = default;
   explicit zFSPath(const zString& path) : path_(path) {}

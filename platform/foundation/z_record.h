@@ -1,4 +1,5 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zRecord: a small set of typed variables keyed by four-character ids. Hosts
 // build settings records with it; the module only reads them.
 #include <cstdint>
@@ -29,7 +30,7 @@ struct zFloatPoint {
 // One value. A default-constructed variable is empty: every As* returns the
 // caller's default. Integers and floats convert into each other (floats to
 // integers truncate); points and rectangles answer only their own kind.
-class zVariable {
+class Z_API zVariable {
  public:
   enum class Kind : std::uint8_t { kEmpty, kInt32, kFloat, kFloatPoint, kRect };
 
@@ -54,7 +55,7 @@ class zVariable {
   zRect rect_;
 };
 
-class zRecord {
+class Z_API zRecord {
  public:
   // Setting an id that is present replaces its value in place.
   void Set(std::uint32_t id, const zVariable& value);

@@ -1,10 +1,11 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zString: an owned byte string (UTF-8 on this platform). Never null:
 // CString() of an empty string is "".
 #include <string>
 #include <string_view>
 
-class zString {
+class Z_API zString {
  public:
   zString() = default;
   zString(const char* s) : text_(s ? s : "") {}  // NOLINT: implicit, as the foundation's

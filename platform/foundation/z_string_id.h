@@ -1,4 +1,5 @@
 #pragma once
+#include "platform/foundation/z_export.h"
 // zStringID: the process-wide table of names for four-character ids.
 // Thread-safe.
 #include <cstdint>
@@ -7,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-class zStringID {
+class Z_API zStringID {
  public:
   static zStringID* Default();
 

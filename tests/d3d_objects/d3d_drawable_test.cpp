@@ -35,10 +35,10 @@ class SurfaceObject : public soObject {
   }
   // A 2 x 1 rectangle: (bottom-left, top-left, top-right), (bottom-left,
   // top-right, bottom-right).
-  void AddQuad(const char* name) {
+  void AddQuad(const char* surface_name) {
     const so_vector3 v[] = {{0, 0, 0}, {0, 1, 0}, {2, 1, 0}, {0, 0, 0}, {2, 1, 0}, {2, 0, 0}};
     so_surface& s = *surfaces.emplace_back(so_make_surface());
-    so_surface_set_name(s, name);
+    so_surface_set_name(s, surface_name);
     EXPECT_TRUE(so_surface_allocate_geometry(s, 6));
     std::memcpy(s.vertices, v, sizeof v);
     s.vertex_count = 6;

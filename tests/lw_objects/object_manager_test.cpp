@@ -14,8 +14,8 @@ namespace {
 // A thin drawable that owns its source and logs its life.
 class Wrapper : public soOverlayObject {
  public:
-  Wrapper(soObject* source, std::vector<std::string>& log)
-      : soOverlayObject(source->Name().CString()), source(source), log(log) {}
+  Wrapper(soObject* wrapped_object, std::vector<std::string>& calls)
+      : soOverlayObject(wrapped_object->Name().CString()), source(wrapped_object), log(calls) {}
   ~Wrapper() override { log.push_back("destroy " + std::string(Name().CString())); }
   void ReleaseDeviceDependentResources() override { log.push_back("release " + std::string(Name().CString())); }
   std::unique_ptr<soObject> source;
@@ -26,7 +26,7 @@ class Wrapper : public soOverlayObject {
 // destructor runs.
 class TestManager : public soObjectManager {
  public:
-  explicit TestManager(std::vector<std::string>& log) : log(log) {}
+  explicit TestManager(std::vector<std::string>& calls) : log(calls) {}
   std::int32_t ObjectHandedness() const override { return so_handedness_left; }
   soTextureManager& TextureManager() const override { return *textures; }
   so3d::test::MemoryManagerPtr textures = so3d::test::MakeMemoryManager();

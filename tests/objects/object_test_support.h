@@ -20,9 +20,9 @@ class TestObject : public soObject {
   so_surface* SurfaceAt(std::int32_t index) override { return &surfaces.at(index); }
 
   // Normal i is (0, 0, -1 - i), so each vertex's normal is recognisable.
-  so_surface& AddSurface(const char* name, const std::vector<so_vector3>& positions) {
+  so_surface& AddSurface(const char* surface_name, const std::vector<so_vector3>& positions) {
     so_surface& s = surfaces.emplace_back();
-    so_surface_set_name(s, name);
+    so_surface_set_name(s, surface_name);
     so_surface_allocate_geometry(s, static_cast<std::int32_t>(positions.size()));
     for (const so_vector3& p : positions) {
       s.normals[s.vertex_count] = {0, 0, -1.0f - static_cast<float>(s.vertex_count)};

@@ -23,7 +23,7 @@ class TestObjectManager : public soObjectManager {
 // An object that is only a bounding box.
 class BoxObject : public soObject {
  public:
-  BoxObject(const char* name, so_vector3 min, so_vector3 max) : soObject(name), min_(min), max_(max) {}
+  BoxObject(const char* object_name, so_vector3 min, so_vector3 max) : soObject(object_name), min_(min), max_(max) {}
   std::int32_t SurfaceCount() const override { return 0; }
   so_surface* SurfaceAt(std::int32_t) override { return nullptr; }
   void GetBoundingBox(so_vector3& min, so_vector3& max) override {
