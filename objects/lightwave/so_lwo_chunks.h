@@ -50,9 +50,19 @@ bool walk_chunks(reader& r, std::uint32_t form_size, Handler&& handle) {
   if (r.failed()) return false;
   for (;;) {
     size = round_even(size);
+    r.chunk = chunk;
     // A chunk that claims more than the file holds is malformed.
-    if (size > r.remaining()) return false;
-    if (!handle(chunk, static_cast<std::uint32_t>(size)) || r.failed()) return false;
+    if (size > r.remaining()) {
+      r.fail(read_error::bad_chunk_size);
+      return false;
+    }
+    // A reader that refuses its chunk without saying why found records that
+    // do not fit the chunk's size.
+    if (!handle(chunk, static_cast<std::uint32_t>(size)) || r.failed()) {
+      r.fail(read_error::bad_chunk_size);
+      return false;
+    }
+    r.chunk = 0;
     if (form_size <= r.position - 8) return true;
     r.bytes_read = 0;
     chunk = read_u4(r);

@@ -8,7 +8,6 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
 // The first sub-chunk: its identifier is the kind of source.
 void read_source(reader& r, std::uint32_t kind, std::uint64_t size, so_lwo_clip& c) {
@@ -43,21 +42,21 @@ void read_source(reader& r, std::uint32_t kind, std::uint64_t size, so_lwo_clip&
 
 void read_adjustment(reader& r, std::uint32_t sub, std::uint64_t size, so_lwo_clip& c) {
   switch (sub) {
-    case id("TIME"):
+    case zFourCC("TIME"):
       c.start_time = read_f4(r);
       c.duration = read_f4(r);
       c.frame_rate = read_f4(r);
       break;
-    case id("CONT"): c.contrast = read_value(r); break;
-    case id("BRIT"): c.brightness = read_value(r); break;
-    case id("SATR"): c.saturation = read_value(r); break;
-    case id("HUE "): c.hue = read_value(r); break;
-    case id("GAMM"): c.gamma = read_value(r); break;
-    case id("IFLT"):
+    case zFourCC("CONT"): c.contrast = read_value(r); break;
+    case zFourCC("BRIT"): c.brightness = read_value(r); break;
+    case zFourCC("SATR"): c.saturation = read_value(r); break;
+    case zFourCC("HUE "): c.hue = read_value(r); break;
+    case zFourCC("GAMM"): c.gamma = read_value(r); break;
+    case zFourCC("IFLT"):
       c.image_filters.push_back(read_plugin(r, size));
       c.image_filter_count = static_cast<std::int32_t>(c.image_filters.size());
       break;
-    case id("PFLT"):
+    case zFourCC("PFLT"):
       c.pixel_filters.push_back(read_plugin(r, size));
       c.pixel_filter_count = static_cast<std::int32_t>(c.pixel_filters.size());
       break;

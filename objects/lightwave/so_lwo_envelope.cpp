@@ -9,7 +9,6 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
 // Keys stay ascending by time; a key goes after every key whose time is not
 // greater, so equal times keep file order. Scanning from the back keeps
@@ -53,11 +52,11 @@ std::unique_ptr<so_envelope> read_envelope(reader& r, std::uint32_t size) {
     so_envelope_key* current = nullptr;
     const bool ok = walk_subchunks(r, start, size, end_rule::exact, [&](std::uint32_t sub, std::uint64_t sub_size) {
       switch (sub) {
-        case id("TYPE"): env->type = read_u2(r); break;
-        case id("NAME"): env->name = read_string(r); break;
-        case id("PRE "): env->pre = read_u2(r); break;
-        case id("POST"): env->post = read_u2(r); break;
-        case id("KEY "): {
+        case zFourCC("TYPE"): env->type = read_u2(r); break;
+        case zFourCC("NAME"): env->name = read_string(r); break;
+        case zFourCC("PRE "): env->pre = read_u2(r); break;
+        case zFourCC("POST"): env->post = read_u2(r); break;
+        case zFourCC("KEY "): {
           so_envelope_key key;
           key.time = read_f4(r);
           key.value = read_f4(r);
@@ -66,11 +65,11 @@ std::unique_ptr<so_envelope> read_envelope(reader& r, std::uint32_t size) {
           if (!current) return false;
           break;
         }
-        case id("SPAN"):
+        case zFourCC("SPAN"):
           if (!current) return false;
           read_span(r, sub_size, *current);
           break;
-        case id("CHAN"):
+        case zFourCC("CHAN"):
           env->filters.push_back(read_plugin(r, sub_size));
           env->filter_count = static_cast<std::int32_t>(env->filters.size());
           break;

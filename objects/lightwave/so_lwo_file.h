@@ -14,6 +14,7 @@
 
 #include "objects/lightwave/so_lwo_surface.h"
 #include "base/so_envelope.h"
+#include "base/so_read_error.h"
 
 struct so_lwo_vertex_map;
 
@@ -114,6 +115,8 @@ struct so_lwo_file {
 // LWOB). Returns an owned record, or null when the file cannot be opened or
 // is malformed; nothing is left allocated then. Never throws.
 so_lwo_file* so_lwo_load(const char* path);
+// The same, and on failure says why and where through `failure` (may be null).
+so_lwo_file* so_lwo_load(const char* path, so3d::read_failure* failure);
 // Releases a record from so_lwo_load; null is ignored.
 void so_lwo_release(so_lwo_file* file);
 

@@ -46,7 +46,7 @@ inline bool step_index(const std::uint8_t*& p, const std::uint8_t* end) {
 }  // namespace
 
 bool read_layer(reader& r, so_lwo_file& file, so_lwo_layer*& current, std::uint32_t size) {
-  if (file.layer_count == std::numeric_limits<std::int32_t>::max()) return false;
+  if (file.layer_count == std::numeric_limits<std::int32_t>::max()) return fail(r, read_error::bad_value);
   if (file.layer_count > 0) {
     file.layers.push_back(std::make_unique<so_lwo_layer>());
     current = file.layers.back().get();
@@ -68,7 +68,7 @@ bool read_layer(reader& r, so_lwo_file& file, so_lwo_layer*& current, std::uint3
 bool read_points(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   const std::size_t n = size / 12;
   const std::size_t old = layer.points.size();
-  if (static_cast<std::int64_t>(old + n) > max_points) return false;
+  if (static_cast<std::int64_t>(old + n) > max_points) return fail(r, read_error::bad_value);
   r.bytes_read = 0;
   const block data = read_block(r, size);
   if (r.failed()) return false;
@@ -170,7 +170,8 @@ bool read_polygon_tags(reader& r, so_lwo_layer& layer, const so_lwo_tag_table& t
     if (!step_index(p, data.end())) return false;  // a record cut by the chunk end
     const std::uint64_t polygon = std::uint64_t{load_index(polygon_at)} + layer.polygons_offset;
     const std::int64_t tag = std::int64_t{load_index(tag_at)} + tags.offset;
-    if (polygon >= polygon_count || tag > std::numeric_limits<std::int32_t>::max()) return false;
+    if (polygon >= polygon_count || tag > std::numeric_limits<std::int32_t>::max())
+      return fail(r, read_error::index_out_of_range);
     so_lwo_polygon& target = layer.polygons[polygon];
     const std::int32_t value = static_cast<std::int32_t>(tag);
     if (type == tag_surf)
@@ -197,7 +198,7 @@ bool read_tags(reader& r, so_lwo_tag_table& tags, std::uint32_t size) {
     p += length;
   }
   const std::size_t old = tags.names.size();
-  if (static_cast<std::int64_t>(old + count) > max_count) return false;
+  if (static_cast<std::int64_t>(old + count) > max_count) return fail(r, read_error::bad_value);
   tags.names.resize(old + count);
   tags.offset = static_cast<std::int32_t>(old);
   tags.count = static_cast<std::int32_t>(old + count);
@@ -236,7 +237,7 @@ bool read_vertex_map(reader& r, so_lwo_layer& layer, std::uint32_t size, bool pe
     if (value_bytes > static_cast<std::size_t>(data.end() - p)) return false;
     p += value_bytes;
   }
-  if (static_cast<std::int64_t>(count) > max_count) return false;
+  if (static_cast<std::int64_t>(count) > max_count) return fail(r, read_error::bad_value);
   map->record_count = static_cast<std::int32_t>(count);
   map->point_indexes.resize(count);
   if (per_polygon) map->polygon_indexes.resize(count);

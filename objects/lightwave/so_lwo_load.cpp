@@ -9,33 +9,31 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
-
 bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_t chunk, std::uint32_t size) {
   switch (chunk) {
-    case id("LAYR"): return read_layer(r, file, layer, size);
-    case id("PNTS"): return read_points(r, *layer, size);
-    case id("POLS"): return read_polygons(r, *layer, size);
-    case id("PTAG"): return read_polygon_tags(r, *layer, file.tags, size);
-    case id("TAGS"): return read_tags(r, file.tags, size);
-    case id("VMAP"): return read_vertex_map(r, *layer, size, false);
-    case id("VMAD"): return read_vertex_map(r, *layer, size, true);
-    case id("BBOX"): return read_bounds(r, *layer, size);
-    case id("SURF"): {
+    case zFourCC("LAYR"): return read_layer(r, file, layer, size);
+    case zFourCC("PNTS"): return read_points(r, *layer, size);
+    case zFourCC("POLS"): return read_polygons(r, *layer, size);
+    case zFourCC("PTAG"): return read_polygon_tags(r, *layer, file.tags, size);
+    case zFourCC("TAGS"): return read_tags(r, file.tags, size);
+    case zFourCC("VMAP"): return read_vertex_map(r, *layer, size, false);
+    case zFourCC("VMAD"): return read_vertex_map(r, *layer, size, true);
+    case zFourCC("BBOX"): return read_bounds(r, *layer, size);
+    case zFourCC("SURF"): {
       auto surface = read_surface(r, size);
       if (!surface) return false;
       file.surfaces.push_back(std::move(surface));
       file.surface_count = static_cast<std::int32_t>(file.surfaces.size());
       return true;
     }
-    case id("CLIP"): {
+    case zFourCC("CLIP"): {
       auto clip = read_clip(r, size);
       if (!clip) return false;
       file.clips.push_back(std::move(clip));
       file.clip_count = static_cast<std::int32_t>(file.clips.size());
       return true;
     }
-    case id("ENVL"): {
+    case zFourCC("ENVL"): {
       auto envelope = read_envelope(r, size);
       if (!envelope) return false;
       append_envelope(file, std::move(envelope));
@@ -62,7 +60,10 @@ std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
 
   surface_binding binding;
   for (auto& l : file->layers) {
-    if (!finish_layer(*file, *l, binding)) return nullptr;
+    if (!finish_layer(*file, *l, binding)) {
+      r.fail(read_error::index_out_of_range);
+      return nullptr;
+    }
   }
   return file;
 }
@@ -82,23 +83,31 @@ void append_envelope(so_lwo_file& file, std::unique_ptr<so_envelope> envelope) {
 
 }  // namespace so3d::lwo
 
-so_lwo_file* so_lwo_load(const char* path) {
+so_lwo_file* so_lwo_load(const char* path) { return so_lwo_load(path, nullptr); }
+
+so_lwo_file* so_lwo_load(const char* path, so3d::read_failure* failure) {
   using namespace so3d::lwo;
+  reader r;
+  so_lwo_file* file = nullptr;
   try {
-    reader r;
-    if (!open_reader(r, path)) return nullptr;
-    reader_guard guard{r};
-    std::uint32_t form_size = 0, form_type = 0;
-    if (!read_form_header(r, form_size, form_type)) return nullptr;
-    if (form_type == id("LWOB")) {
-      close_reader(r);
-      return so_lwo_load_older(path);
+    if (open_reader(r, path)) {
+      reader_guard guard{r};
+      std::uint32_t form_size = 0, form_type = 0;
+      if (read_form_header(r, form_size, form_type)) {
+        if (form_type == zFourCC("LWO2"))
+          file = read_form(r, form_size).release();
+        else if (form_type == zFourCC("LWOB"))
+          file = read_older_form(r, form_size).release();
+        else
+          r.failure.set(so3d::read_error::unsupported_form, form_type, 8);
+      }
     }
-    if (form_type != id("LWO2")) return nullptr;
-    return read_form(r, form_size).release();
   } catch (const std::exception&) {  // memory ran short
-    return nullptr;
+    file = nullptr;
+    r.failure.set(so3d::read_error::out_of_memory, r.chunk, r.position);
   }
+  if (failure) *failure = file ? so3d::read_failure{} : r.failure;
+  return file;
 }
 
 void so_lwo_release(so_lwo_file* file) { delete file; }

@@ -3,7 +3,6 @@
 #include "objects/lightwave/so_lwo_older.h"
 
 #include <cstdlib>
-#include <exception>
 
 #include "objects/lightwave/so_lwo_chunks.h"
 #include "objects/lightwave/so_lwo_older_surface.h"
@@ -13,7 +12,6 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
 // Length of a polygon record before any detail count: corner count, the
 // point indexes and the surface number, two bytes each.
@@ -52,7 +50,7 @@ bool read_older_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
   for (const std::uint8_t* p = data.begin(); p != data.end();) {
     so_lwo_polygon polygon;
     polygon.corner_count = load_u2(p);
-    polygon.kind = id("FACE");
+    polygon.kind = zFourCC("FACE");
     polygon.corner_first = next_corner;
     next_corner += polygon.corner_count;
     p += 2;
@@ -72,10 +70,10 @@ bool read_older_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
 bool read_older_chunk(reader& r, so_lwo_file& file, std::uint32_t chunk, std::uint32_t size) {
   so_lwo_layer& layer = *file.layers.front();
   switch (chunk) {
-    case id("PNTS"): return read_points(r, layer, size);
-    case id("POLS"): return read_older_polygons(r, layer, size);
-    case id("SRFS"): return read_tags(r, file.tags, size);
-    case id("SURF"): {
+    case zFourCC("PNTS"): return read_points(r, layer, size);
+    case zFourCC("POLS"): return read_older_polygons(r, layer, size);
+    case zFourCC("SRFS"): return read_tags(r, file.tags, size);
+    case zFourCC("SURF"): {
       auto surface = read_older_surface(r, file, size);
       if (!surface) return false;
       file.surfaces.push_back(std::move(surface));
@@ -92,27 +90,23 @@ bool read_older_chunk(reader& r, so_lwo_file& file, std::uint32_t chunk, std::ui
 
 }  // namespace so3d::lwo
 
-so_lwo_file* so_lwo_load_older(const char* path) {
-  using namespace so3d::lwo;
-  try {
-    reader r;
-    if (!open_reader(r, path)) return nullptr;
-    reader_guard guard{r};
-    std::uint32_t form_size = 0, form_type = 0;
-    if (!read_form_header(r, form_size, form_type) || form_type != id("LWOB")) return nullptr;
+namespace so3d::lwo {
 
-    auto file = std::make_unique<so_lwo_file>();
-    file->layers.push_back(std::make_unique<so_lwo_layer>());
-    file->layer_count = 1;
-    const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
-      return read_older_chunk(r, *file, chunk, size);
-    });
-    if (!read) return nullptr;
-    close_reader(r);
-    surface_binding binding;
-    if (!finish_layer(*file, *file->layers.front(), binding)) return nullptr;
-    return file.release();
-  } catch (const std::exception&) {  // memory ran short
+std::unique_ptr<so_lwo_file> read_older_form(reader& r, std::uint32_t form_size) {
+  auto file = std::make_unique<so_lwo_file>();
+  file->layers.push_back(std::make_unique<so_lwo_layer>());
+  file->layer_count = 1;
+  const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
+    return read_older_chunk(r, *file, chunk, size);
+  });
+  if (!read) return nullptr;
+  close_reader(r);
+  surface_binding binding;
+  if (!finish_layer(*file, *file->layers.front(), binding)) {
+    r.fail(read_error::index_out_of_range);
     return nullptr;
   }
+  return file;
 }
+
+}  // namespace so3d::lwo

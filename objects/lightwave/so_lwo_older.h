@@ -3,9 +3,16 @@
 // fill the same record as LWO2 files: one layer (layer_count 1), polygons of
 // kind FACE with flags 0, surfaces from the older SURF description, and the
 // clips and envelopes that those surfaces imply. No vertex maps.
-#include "objects/lightwave/so_lwo_file.h"
+#include <memory>
 
-// Reads an LWOB file, opening it itself. Returns an owned record (release it
-// with so_lwo_release), or null when the file cannot be opened, is not an
-// LWOB form or is malformed; nothing is left allocated then. Never throws.
-so_lwo_file* so_lwo_load_older(const char* path);
+#include "objects/lightwave/so_lwo_file.h"
+#include "objects/lightwave/so_lwo_read.h"
+
+namespace so3d::lwo {
+
+// Reads the chunks of an LWOB form whose header `r` has just read. Null when
+// the form is malformed (the reader's failure says why); may throw when
+// memory is short.
+std::unique_ptr<so_lwo_file> read_older_form(reader& r, std::uint32_t form_size);
+
+}  // namespace so3d::lwo

@@ -20,7 +20,6 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
 constexpr float per_256 = 0.00390625f;
 constexpr float per_255 = std::bit_cast<float>(0x3B808081u);
@@ -113,22 +112,22 @@ void apply_surface_flags(so_lwo_surface& s, std::uint16_t flags) {
 // The channel whose texture list a texture-making sub-chunk adds to, or null.
 so_lwo_texture_list* texture_channel(so_lwo_surface& s, std::uint32_t sub) {
   switch (sub) {
-    case id("CTEX"): return &s.color.textures;
-    case id("DTEX"): return &s.diffuse.textures;
-    case id("LTEX"): return &s.luminosity.textures;
-    case id("STEX"): return &s.specular.textures;
-    case id("RTEX"): return &s.reflection.textures;
-    case id("TTEX"): return &s.transparency.textures;
-    case id("BTEX"): return &s.bump.textures;
+    case zFourCC("CTEX"): return &s.color.textures;
+    case zFourCC("DTEX"): return &s.diffuse.textures;
+    case zFourCC("LTEX"): return &s.luminosity.textures;
+    case zFourCC("STEX"): return &s.specular.textures;
+    case zFourCC("RTEX"): return &s.reflection.textures;
+    case zFourCC("TTEX"): return &s.transparency.textures;
+    case zFourCC("BTEX"): return &s.bump.textures;
     default: return nullptr;
   }
 }
 
 bool is_texture_attribute(std::uint32_t sub) {
   switch (sub) {
-    case id("TFLG"): case id("TSIZ"): case id("TCTR"): case id("TFAL"): case id("TVEL"):
-    case id("TCLR"): case id("TVAL"): case id("TAMP"): case id("TIMG"): case id("TAAS"):
-    case id("TREF"): case id("TOPC"): case id("TFP0"): case id("TFP1"):
+    case zFourCC("TFLG"): case zFourCC("TSIZ"): case zFourCC("TCTR"): case zFourCC("TFAL"): case zFourCC("TVEL"):
+    case zFourCC("TCLR"): case zFourCC("TVAL"): case zFourCC("TAMP"): case zFourCC("TIMG"): case zFourCC("TAAS"):
+    case zFourCC("TREF"): case zFourCC("TOPC"): case zFourCC("TFP0"): case zFourCC("TFP1"):
       return true;
     default: return false;
   }
@@ -144,46 +143,46 @@ void read_texture_attribute(reader& r, so_lwo_file& file, std::uint32_t sub, std
                             so_lwo_texture& t) {
   const bool image = t.kind == so_lwo_kind_image_map;
   switch (sub) {
-    case id("TFLG"): apply_texture_flags(t, read_u2(r)); break;
-    case id("TSIZ"): read_vector(r, t.placement.size.value); break;
-    case id("TCTR"): read_vector(r, t.placement.center.value); break;
-    case id("TFAL"): read_vector(r, t.placement.falloff.value); break;
-    case id("TVEL"): {
+    case zFourCC("TFLG"): apply_texture_flags(t, read_u2(r)); break;
+    case zFourCC("TSIZ"): read_vector(r, t.placement.size.value); break;
+    case zFourCC("TCTR"): read_vector(r, t.placement.center.value); break;
+    case zFourCC("TFAL"): read_vector(r, t.placement.falloff.value); break;
+    case zFourCC("TVEL"): {
       float velocity[3];
       read_vector(r, velocity);
       if (!r.failed()) t.placement.center.envelope = add_velocity_envelopes(file, t.placement.center.value, velocity);
       break;
     }
-    case id("TCLR"):
+    case zFourCC("TCLR"):
       if (!image) {
         for (float& v : t.procedural.value) v = read_byte_fraction(r);
       }
       break;
-    case id("TVAL"):
+    case zFourCC("TVAL"):
       if (!image) t.procedural.value[0] = read_fixed(r);
       break;
-    case id("TAMP"):
+    case zFourCC("TAMP"):
       if (image) t.image_map.amplitude.value = read_f4(r);
       break;
-    case id("TIMG"): {
+    case zFourCC("TIMG"): {
       const std::string name = read_string(r);
       if (r.failed()) break;
       const std::int32_t clip = add_named_clip(file, name);
       if (image) t.image_map.clip_index = clip;
       break;
     }
-    case id("TAAS"):
+    case zFourCC("TAAS"):
       if (image) {
         t.image_map.antialias_strength = read_f4(r);
         t.image_map.antialias_flags = 1;
       }
       break;
-    case id("TREF"): t.placement.reference_object = read_text(r, size); break;
-    case id("TOPC"): t.opacity.value = read_f4(r); break;
-    case id("TFP0"):
+    case zFourCC("TREF"): t.placement.reference_object = read_text(r, size); break;
+    case zFourCC("TOPC"): t.opacity.value = read_f4(r); break;
+    case zFourCC("TFP0"):
       if (image) t.image_map.wrap_u_amount.value = read_f4(r);
       break;
-    case id("TFP1"):
+    case zFourCC("TFP1"):
       if (image) t.image_map.wrap_v_amount.value = read_f4(r);
       break;
     default: break;
@@ -211,38 +210,38 @@ bool read_older_subchunk(reader& r, std::uint32_t sub, std::uint64_t size, surfa
     return true;
   }
   switch (sub) {
-    case id("COLR"):
+    case zFourCC("COLR"):
       for (float& v : s.color.rgb) v = read_byte_fraction(r);
       break;
-    case id("FLAG"): apply_surface_flags(s, read_u2(r)); break;
-    case id("LUMI"): s.luminosity.value = read_fixed(r); break;
-    case id("VLUM"): s.luminosity.value = read_f4(r); break;
-    case id("DIFF"): s.diffuse.value = read_fixed(r); break;
-    case id("VDIF"): s.diffuse.value = read_f4(r); break;
-    case id("SPEC"): s.specular.value = read_fixed(r); break;
-    case id("VSPC"): s.specular.value = read_f4(r); break;
-    case id("GLOS"): s.glossiness.value = glossiness_of(read_u2(r)); break;
-    case id("SMAN"): s.smoothing_angle = read_f4(r); break;
-    case id("REFL"): s.reflection.value = read_fixed(r); break;
-    case id("RFLT"): s.reflection.options = read_u2(r); break;
-    case id("RIMG"): {
+    case zFourCC("FLAG"): apply_surface_flags(s, read_u2(r)); break;
+    case zFourCC("LUMI"): s.luminosity.value = read_fixed(r); break;
+    case zFourCC("VLUM"): s.luminosity.value = read_f4(r); break;
+    case zFourCC("DIFF"): s.diffuse.value = read_fixed(r); break;
+    case zFourCC("VDIF"): s.diffuse.value = read_f4(r); break;
+    case zFourCC("SPEC"): s.specular.value = read_fixed(r); break;
+    case zFourCC("VSPC"): s.specular.value = read_f4(r); break;
+    case zFourCC("GLOS"): s.glossiness.value = glossiness_of(read_u2(r)); break;
+    case zFourCC("SMAN"): s.smoothing_angle = read_f4(r); break;
+    case zFourCC("REFL"): s.reflection.value = read_fixed(r); break;
+    case zFourCC("RFLT"): s.reflection.options = read_u2(r); break;
+    case zFourCC("RIMG"): {
       const std::string name = read_string(r);
       if (r.failed()) break;
       s.reflection.image = add_named_clip(state.file, name);
       s.reflection.options = 3;
       break;
     }
-    case id("RSAN"): s.reflection.seam_angle = read_f4(r); break;
-    case id("TRAN"): s.transparency.value = read_fixed(r); break;
-    case id("RIND"): s.refraction_index.value = read_f4(r); break;
-    case id("SHDR"): {
+    case zFourCC("RSAN"): s.reflection.seam_angle = read_f4(r); break;
+    case zFourCC("TRAN"): s.transparency.value = read_fixed(r); break;
+    case zFourCC("RIND"): s.refraction_index.value = read_f4(r); break;
+    case zFourCC("SHDR"): {
       so_lwo_plugin_ref shader;
       shader.name = read_text(r, size);
       s.shaders.push_back(std::move(shader));
       s.shader_count = static_cast<std::int32_t>(s.shaders.size());
       break;
     }
-    case id("SDAT"):
+    case zFourCC("SDAT"):
       // Data for no shader: the surface is malformed. Shaders made in this
       // surface are its only ones, so the last one is the current one.
       if (s.shaders.empty()) return false;

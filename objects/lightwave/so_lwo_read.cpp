@@ -14,7 +14,7 @@ namespace so3d::lwo {
 void reader::count(std::uint64_t n) {
   if (failed()) return;
   if (n > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max() - bytes_read)) {
-    fail();
+    fail(read_error::bad_value);
     return;
   }
   bytes_read += static_cast<std::int32_t>(n);
@@ -25,17 +25,27 @@ bool read_form_header(reader& r, std::uint32_t& form_size, std::uint32_t& form_t
   const std::uint32_t form = read_u4(r);
   form_size = read_u4(r);
   form_type = read_u4(r);
-  return r.bytes_read == 12 && form == zFourCC("FORM");
+  if (r.bytes_read != 12) return false;
+  if (form != zFourCC("FORM")) {
+    r.position = 0;
+    r.fail(read_error::bad_header);
+    return false;
+  }
+  return true;
 }
 
 bool open_reader(reader& r, const char* path) {
   r = reader{};
   std::FILE* f = so_open_for_reading(path);
-  if (!f) return false;
+  if (!f) {
+    r.failure.set(read_error::cannot_open, 0, 0);
+    return false;
+  }
   long length = -1;
   if (std::fseek(f, 0, SEEK_END) == 0) length = std::ftell(f);
   if (length < 0 || std::fseek(f, 0, SEEK_SET) != 0) {
     std::fclose(f);
+    r.failure.set(read_error::cannot_open, 0, 0);
     return false;
   }
   r.file = f;
@@ -123,12 +133,12 @@ block read_block(reader& r, std::int64_t size) {
   block out;
   if (r.failed()) return out;
   if (size <= 0 || static_cast<std::uint64_t>(size) > r.remaining()) {
-    r.fail();
+    r.fail(read_error::bad_chunk_size);
     return out;
   }
   out.data.reset(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(size)]);
   if (!out.data) {
-    r.fail();
+    r.fail(read_error::out_of_memory);
     return out;
   }
   out.size = static_cast<std::size_t>(size);
@@ -140,7 +150,7 @@ block read_block(reader& r, std::int64_t size) {
 std::vector<std::uint8_t> read_rest(reader& r, std::int64_t size) {
   if (r.failed()) return {};
   if (size < 0 || static_cast<std::uint64_t>(size) > r.remaining()) {
-    r.fail();
+    r.fail(read_error::bad_chunk_size);
     return {};
   }
   std::vector<std::uint8_t> out(static_cast<std::size_t>(size));

@@ -2,7 +2,7 @@
 // Reading primitives for object files: big-endian numbers, variable-length
 // indexes, padded strings and raw blocks, from the open file or from a block
 // already in memory. Every read adds what it consumed to the running count
-// `bytes_read` of the load's reader; a failed read stores `read_error` there,
+// `bytes_read` of the load's reader; a failed read stores `error_marker` there,
 // and from then on every primitive returns its zero result without reading.
 #include <cstddef>
 #include <cstdint>
@@ -12,9 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "base/so_read_error.h"
+
 namespace so3d::lwo {
 
-inline constexpr std::int32_t read_error = std::numeric_limits<std::int32_t>::min();
+inline constexpr std::int32_t error_marker = std::numeric_limits<std::int32_t>::min();
 
 // The state of one load. Two loads never share one, so two threads may each
 // read a file.
@@ -23,21 +25,35 @@ struct reader {
   std::uint64_t position = 0;  // bytes from the start of the file
   std::uint64_t size = 0;      // length of the file
   std::int32_t bytes_read = 0;
+  std::uint32_t chunk = 0;  // id of the chunk being read, 0 outside chunks
+  read_failure failure;     // the first failure's kind and place
 
   bool failed() const { return bytes_read < 0; }
-  void fail() { bytes_read = read_error; }
+  // Sets the error marker and records why, at the current chunk and position.
+  void fail(so3d::read_error kind = read_error::truncated) {
+    bytes_read = error_marker;
+    failure.set(kind, chunk, position);
+  }
   std::uint64_t remaining() const { return position < size ? size - position : 0; }
   // Adds n to bytes_read; a count that would overflow is a failure.
   void count(std::uint64_t n);
 };
 
+// Fails the load with `kind`; returns false so that chunk readers can
+// `return fail(r, kind)`.
+inline bool fail(reader& r, read_error kind) {
+  r.fail(kind);
+  return false;
+}
+
 // Opens `path` through so_open_for_reading and measures it. False when the
-// file cannot be opened or measured (the reader then holds no file).
+// file cannot be opened or measured (the reader then holds no file and its
+// failure says cannot_open).
 bool open_reader(reader& r, const char* path);
 void close_reader(reader& r);
 
-// The 12-byte IFF header: false unless all of it was read and it starts a
-// FORM. Counts from a fresh bytes_read.
+// The 12-byte IFF header: false unless all of it was read (truncated) and it
+// starts a FORM (bad_header). Counts from a fresh bytes_read.
 bool read_form_header(reader& r, std::uint32_t& form_size, std::uint32_t& form_type);
 
 // Closes the reader's file however a load ends.

@@ -9,7 +9,6 @@ namespace so3d::lwo {
 
 namespace {
 
-constexpr std::uint32_t id(const char (&s)[5]) { return zFourCC(s); }
 
 // Keeps `list` ascending by ordinal: after every entry that does not compare
 // greater, so equal ordinals stay in file order and an empty one goes first.
@@ -23,16 +22,16 @@ void insert_by_ordinal(std::vector<T>& list, T&& item) {
 
 so_lwo_texture_list* channel_textures(so_lwo_surface& s, std::uint32_t channel) {
   switch (channel) {
-    case id("COLR"): return &s.color.textures;
-    case id("LUMI"): return &s.luminosity.textures;
-    case id("DIFF"): return &s.diffuse.textures;
-    case id("SPEC"): return &s.specular.textures;
-    case id("GLOS"): return &s.glossiness.textures;
-    case id("REFL"): return &s.reflection.textures;
-    case id("TRAN"): return &s.transparency.textures;
-    case id("RIND"): return &s.refraction_index.textures;
-    case id("TRNL"): return &s.translucency.textures;
-    case id("BUMP"): return &s.bump.textures;
+    case zFourCC("COLR"): return &s.color.textures;
+    case zFourCC("LUMI"): return &s.luminosity.textures;
+    case zFourCC("DIFF"): return &s.diffuse.textures;
+    case zFourCC("SPEC"): return &s.specular.textures;
+    case zFourCC("GLOS"): return &s.glossiness.textures;
+    case zFourCC("REFL"): return &s.reflection.textures;
+    case zFourCC("TRAN"): return &s.transparency.textures;
+    case zFourCC("RIND"): return &s.refraction_index.textures;
+    case zFourCC("TRNL"): return &s.translucency.textures;
+    case zFourCC("BUMP"): return &s.bump.textures;
     default: return nullptr;
   }
 }
@@ -42,15 +41,15 @@ bool read_placement(reader& r, std::uint64_t size, so_lwo_placement& p) {
   return walk_subchunks(r, r.position, static_cast<std::int64_t>(size), end_rule::at_least,
                         [&](std::uint32_t sub, std::uint64_t) {
                           switch (sub) {
-                            case id("SIZE"): read_vector_value(r, p.size); break;
-                            case id("CNTR"): read_vector_value(r, p.center); break;
-                            case id("ROTA"): read_vector_value(r, p.rotation); break;
-                            case id("FALL"):
+                            case zFourCC("SIZE"): read_vector_value(r, p.size); break;
+                            case zFourCC("CNTR"): read_vector_value(r, p.center); break;
+                            case zFourCC("ROTA"): read_vector_value(r, p.rotation); break;
+                            case zFourCC("FALL"):
                               p.falloff_kind = read_u2(r);
                               read_vector_value(r, p.falloff);
                               break;
-                            case id("OREF"): p.reference_object = read_string(r); break;
-                            case id("CSYS"): p.coordinate_system = read_u2(r); break;
+                            case zFourCC("OREF"): p.reference_object = read_string(r); break;
+                            case zFourCC("CSYS"): p.coordinate_system = read_u2(r); break;
                             default: break;
                           }
                           return true;
@@ -60,24 +59,24 @@ bool read_placement(reader& r, std::uint64_t size, so_lwo_placement& p) {
 bool read_image_map_attribute(reader& r, std::uint32_t sub, std::uint64_t size, so_lwo_texture& t) {
   so_lwo_image_map& m = t.image_map;
   switch (sub) {
-    case id("TMAP"): return read_placement(r, size, t.placement);
-    case id("PROJ"): m.projection = read_u2(r); break;
-    case id("VMAP"): m.uv_map_name = read_string(r); break;
-    case id("AXIS"): m.axis = read_u2(r); break;
-    case id("IMAG"): m.clip_index = static_cast<std::int32_t>(read_index(r)); break;
-    case id("WRAP"):
+    case zFourCC("TMAP"): return read_placement(r, size, t.placement);
+    case zFourCC("PROJ"): m.projection = read_u2(r); break;
+    case zFourCC("VMAP"): m.uv_map_name = read_string(r); break;
+    case zFourCC("AXIS"): m.axis = read_u2(r); break;
+    case zFourCC("IMAG"): m.clip_index = static_cast<std::int32_t>(read_index(r)); break;
+    case zFourCC("WRAP"):
       m.wrap_u_mode = read_u2(r);
       m.wrap_v_mode = read_u2(r);
       break;
-    case id("WRPW"): m.wrap_u_amount = read_value(r); break;
-    case id("WRPH"): m.wrap_v_amount = read_value(r); break;
-    case id("AAST"):
+    case zFourCC("WRPW"): m.wrap_u_amount = read_value(r); break;
+    case zFourCC("WRPH"): m.wrap_v_amount = read_value(r); break;
+    case zFourCC("AAST"):
       m.antialias_flags = read_u2(r);
       m.antialias_strength = read_f4(r);
       break;
-    case id("PIXB"): m.pixel_blending = read_u2(r); break;
-    case id("STCK"): m.sticky = read_value(r); break;
-    case id("TAMP"): m.amplitude = read_value(r); break;
+    case zFourCC("PIXB"): m.pixel_blending = read_u2(r); break;
+    case zFourCC("STCK"): m.sticky = read_value(r); break;
+    case zFourCC("TAMP"): m.amplitude = read_value(r); break;
     default: break;
   }
   return true;
@@ -86,14 +85,14 @@ bool read_image_map_attribute(reader& r, std::uint32_t sub, std::uint64_t size, 
 bool read_procedural_attribute(reader& r, std::uint32_t sub, std::uint64_t size, so_lwo_texture& t) {
   so_lwo_procedural& p = t.procedural;
   switch (sub) {
-    case id("TMAP"): return read_placement(r, size, t.placement);
-    case id("AXIS"): p.axis = read_u2(r); break;
-    case id("VALU"):
+    case zFourCC("TMAP"): return read_placement(r, size, t.placement);
+    case zFourCC("AXIS"): p.axis = read_u2(r); break;
+    case zFourCC("VALU"):
       p.value[0] = read_f4(r);
       if (size >= 8) p.value[1] = read_f4(r);
       if (size >= 12) p.value[2] = read_f4(r);
       break;
-    case id("FUNC"):
+    case zFourCC("FUNC"):
       p.function_name = read_string(r);
       p.function_data = read_rest(r, static_cast<std::int64_t>(size) - r.bytes_read);
       break;
@@ -105,20 +104,20 @@ bool read_procedural_attribute(reader& r, std::uint32_t sub, std::uint64_t size,
 bool read_gradient_attribute(reader& r, std::uint32_t sub, std::uint64_t size, so_lwo_texture& t) {
   so_lwo_gradient& g = t.gradient;
   switch (sub) {
-    case id("TMAP"): return read_placement(r, size, t.placement);
-    case id("PNAM"): g.parameter_name = read_string(r); break;
-    case id("INAM"): g.item_name = read_string(r); break;
-    case id("GRST"): g.start = read_f4(r); break;
-    case id("GREN"): g.end = read_f4(r); break;
-    case id("GRPT"): g.repeat = read_u2(r); break;
-    case id("FKEY"):
+    case zFourCC("TMAP"): return read_placement(r, size, t.placement);
+    case zFourCC("PNAM"): g.parameter_name = read_string(r); break;
+    case zFourCC("INAM"): g.item_name = read_string(r); break;
+    case zFourCC("GRST"): g.start = read_f4(r); break;
+    case zFourCC("GREN"): g.end = read_f4(r); break;
+    case zFourCC("GRPT"): g.repeat = read_u2(r); break;
+    case zFourCC("FKEY"):
       g.keys.resize(size / 20);
       for (so_lwo_gradient_key& k : g.keys) {
         k.position = read_f4(r);
         for (float& c : k.rgba) c = read_f4(r);
       }
       break;
-    case id("IKEY"):
+    case zFourCC("IKEY"):
       g.key_modes.resize(size / 2);
       for (std::uint16_t& m : g.key_modes) m = read_u2(r);
       break;
@@ -138,14 +137,14 @@ bool read_texture(reader& r, std::uint32_t kind, std::uint64_t end, so_lwo_textu
   const bool header_ok = walk_subchunks(r, header_start, header_size, end_rule::at_least,
                                         [&](std::uint32_t sub, std::uint64_t) {
                                           switch (sub) {
-                                            case id("CHAN"): t.channel = read_u4(r); break;
-                                            case id("OPAC"):
+                                            case zFourCC("CHAN"): t.channel = read_u4(r); break;
+                                            case zFourCC("OPAC"):
                                               t.opacity_mode = read_u2(r);
                                               t.opacity = read_value(r);
                                               break;
-                                            case id("ENAB"): t.enabled = read_u2(r); break;
-                                            case id("NEGA"): t.negative = read_u2(r); break;
-                                            case id("AXIS"): t.axis = read_u2(r); break;
+                                            case zFourCC("ENAB"): t.enabled = read_u2(r); break;
+                                            case zFourCC("NEGA"): t.negative = read_u2(r); break;
+                                            case zFourCC("AXIS"): t.axis = read_u2(r); break;
                                             default: break;
                                           }
                                           return true;
@@ -167,13 +166,13 @@ bool read_shader(reader& r, std::uint64_t end, so_lwo_plugin_ref& s) {
   s.ordinal = read_string(r);
   const bool header_ok = walk_subchunks(r, header_start, header_size, end_rule::at_least,
                                         [&](std::uint32_t sub, std::uint64_t) {
-                                          if (sub == id("ENAB")) s.flags = read_u2(r);
+                                          if (sub == zFourCC("ENAB")) s.flags = read_u2(r);
                                           return true;
                                         });
   if (!header_ok || r.position > end) return false;
   return walk_subchunks(r, r.position, static_cast<std::int64_t>(end - r.position), end_rule::at_least,
                         [&](std::uint32_t sub, std::uint64_t size) {
-                          if (sub == id("FUNC")) {
+                          if (sub == zFourCC("FUNC")) {
                             s.name = read_string(r);
                             s.data = read_rest(r, static_cast<std::int64_t>(size) - r.bytes_read);
                           }
@@ -191,7 +190,7 @@ bool read_block_subchunk(reader& r, std::uint64_t size, so_lwo_surface& s) {
     if (!read_texture(r, type, end, texture)) return false;
     if (so_lwo_texture_list* list = channel_textures(s, texture.channel))
       insert_by_ordinal(*list, std::move(texture));
-  } else if (type == id("SHDR")) {
+  } else if (type == zFourCC("SHDR")) {
     so_lwo_plugin_ref shader;
     if (!read_shader(r, end, shader)) return false;
     insert_by_ordinal(s.shaders, std::move(shader));
@@ -206,43 +205,43 @@ bool read_surface_subchunk(reader& r, std::uint32_t sub, std::uint64_t size, so_
     c.envelope = static_cast<std::int32_t>(read_index(r));
   };
   switch (sub) {
-    case id("COLR"):
+    case zFourCC("COLR"):
       for (float& v : s.color.rgb) v = read_f4(r);
       s.color.envelope = static_cast<std::int32_t>(read_index(r));
       break;
-    case id("LUMI"): channel(s.luminosity); break;
-    case id("DIFF"): channel(s.diffuse); break;
-    case id("SPEC"): channel(s.specular); break;
-    case id("GLOS"): channel(s.glossiness); break;
-    case id("REFL"): channel(s.reflection); break;
-    case id("RFOP"): s.reflection.options = read_u2(r); break;
-    case id("RIMG"): s.reflection.image = static_cast<std::int32_t>(read_index(r)); break;
-    case id("RSAN"): s.reflection.seam_angle = read_f4(r); break;
-    case id("TRAN"): channel(s.transparency); break;
-    case id("TROP"): s.transparency.options = read_u2(r); break;
-    case id("TIMG"): s.transparency.image = static_cast<std::int32_t>(read_index(r)); break;
-    case id("RIND"): channel(s.refraction_index); break;
-    case id("TRNL"): channel(s.translucency); break;
-    case id("BUMP"): channel(s.bump); break;
-    case id("SMAN"): s.smoothing_angle = read_f4(r); break;
-    case id("SIDE"): s.sidedness = read_u2(r); break;
-    case id("AVAL"): s.alpha = read_f4(r); break;
-    case id("ALPH"):
+    case zFourCC("LUMI"): channel(s.luminosity); break;
+    case zFourCC("DIFF"): channel(s.diffuse); break;
+    case zFourCC("SPEC"): channel(s.specular); break;
+    case zFourCC("GLOS"): channel(s.glossiness); break;
+    case zFourCC("REFL"): channel(s.reflection); break;
+    case zFourCC("RFOP"): s.reflection.options = read_u2(r); break;
+    case zFourCC("RIMG"): s.reflection.image = static_cast<std::int32_t>(read_index(r)); break;
+    case zFourCC("RSAN"): s.reflection.seam_angle = read_f4(r); break;
+    case zFourCC("TRAN"): channel(s.transparency); break;
+    case zFourCC("TROP"): s.transparency.options = read_u2(r); break;
+    case zFourCC("TIMG"): s.transparency.image = static_cast<std::int32_t>(read_index(r)); break;
+    case zFourCC("RIND"): channel(s.refraction_index); break;
+    case zFourCC("TRNL"): channel(s.translucency); break;
+    case zFourCC("BUMP"): channel(s.bump); break;
+    case zFourCC("SMAN"): s.smoothing_angle = read_f4(r); break;
+    case zFourCC("SIDE"): s.sidedness = read_u2(r); break;
+    case zFourCC("AVAL"): s.alpha = read_f4(r); break;
+    case zFourCC("ALPH"):
       s.alpha_mode = read_u2(r);
       s.alpha = read_f4(r);
       break;
-    case id("CLRH"): s.highlight_tint = read_value(r); break;
-    case id("CLRF"): s.filter_tint = read_value(r); break;
-    case id("ADTR"): s.additive_transparency = read_value(r); break;
-    case id("SHRP"): s.diffuse_sharpness = read_value(r); break;
-    case id("GVAL"): s.glow = read_value(r); break;
-    case id("LINE"):
+    case zFourCC("CLRH"): s.highlight_tint = read_value(r); break;
+    case zFourCC("CLRF"): s.filter_tint = read_value(r); break;
+    case zFourCC("ADTR"): s.additive_transparency = read_value(r); break;
+    case zFourCC("SHRP"): s.diffuse_sharpness = read_value(r); break;
+    case zFourCC("GVAL"): s.glow = read_value(r); break;
+    case zFourCC("LINE"):
       s.line.enabled = 1;
       if (size >= 2) s.line.line_flags = read_u2(r);
       if (size >= 6) s.line.size.value = read_f4(r);
       if (size >= 8) s.line.size.envelope = static_cast<std::int32_t>(read_index(r));
       break;
-    case id("BLOK"): return read_block_subchunk(r, size, s);
+    case zFourCC("BLOK"): return read_block_subchunk(r, size, s);
     default: break;
   }
   return true;

@@ -23,7 +23,16 @@ inline LwoFilePtr LoadBytes(std::string_view bytes) {
   return LwoFilePtr(so_lwo_load(dir.Write("object.lwo", bytes).c_str()));
 }
 
-// Every strict prefix of `bytes` fails; a cut at a chunk end with the form
+// Why loading `bytes` failed; a load that succeeds reads as kind none.
+inline read_failure LoadFailure(std::string_view bytes) {
+  TempDir dir;
+  read_failure failure;
+  so_lwo_release(so_lwo_load(dir.Write("object.lwo", bytes).c_str(), &failure));
+  return failure;
+}
+
+// Every strict prefix of `bytes` fails, as truncated or with a chunk that
+// claims more than is left, at or before the cut; a cut at a chunk end with the form
 // size to match loads again (so the failures came from the missing bytes);
 // bytes set to extreme values never crash (run under the sanitizers).
 inline void ExpectOnlyWholeFilesLoad(const std::string& bytes, const std::vector<std::size_t>& chunk_ends) {
@@ -34,7 +43,11 @@ inline void ExpectOnlyWholeFilesLoad(const std::string& bytes, const std::vector
     return file != nullptr;
   };
   ASSERT_TRUE(loads(bytes));
-  for (std::size_t n = 0; n < bytes.size(); ++n) EXPECT_FALSE(loads(bytes.substr(0, n))) << n;
+  for (std::size_t n = 0; n < bytes.size(); ++n) {
+    const read_failure f = LoadFailure(bytes.substr(0, n));
+    EXPECT_TRUE(f.kind == read_error::truncated || f.kind == read_error::bad_chunk_size) << n << ": " << describe(f.kind);
+    EXPECT_LE(f.offset, n);
+  }
   for (std::size_t end : chunk_ends) {
     std::string cut = bytes.substr(0, end);
     for (int i = 0; i < 4; ++i) cut[4 + static_cast<std::size_t>(i)] = static_cast<char>((end - 8) >> (24 - 8 * i));

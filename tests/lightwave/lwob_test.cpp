@@ -193,8 +193,6 @@ TEST(LightWaveOlder, PointIndexesSurfaceNumbersAndMalformedRecords) {
   EXPECT_FALSE(LoadSurfaces({{Str("SHDR", "Glow")}, {U2("SDAT", 1)}}));
   EXPECT_TRUE(LoadSurfaces({{Sub("CTEX", {}), Sub("SHDR", {}), Sub("SDAT", {})}}));
   EXPECT_FALSE(LoadSurfaces({{Str("CTEX", "Planar Image Map"), F4("TVEL", {1, 0})}}));
-  TempDir dir;
-  EXPECT_EQ(so_lwo_load_older(dir.Write("new.lwo", LwoWriter().points({{1, 1, 1}}).bytes()).c_str()), nullptr);
 }
 
 }  // namespace

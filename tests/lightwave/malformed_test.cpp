@@ -73,33 +73,56 @@ TEST(LightWaveMalformed, EveryTruncationFailsAndOnlyTheWholeFileLoads) {
   ExpectOnlyWholeFilesLoad(w.bytes(), w.chunk_ends());
 }
 
-TEST(LightWaveMalformed, HeadersFormsAndDeclaredSizes) {
-  EXPECT_EQ(so_lwo_load("/nonexistent/object.lwo"), nullptr);
-  EXPECT_EQ(so_lwo_load(nullptr), nullptr);
-  EXPECT_EQ(LoadBytes(std::string_view("FORM\0\0\0\x04LW", 10)), nullptr);  // short header
-  EXPECT_EQ(LoadBytes(IffBytes().id("RIFF").u4(12).id("LWO2").id("PNTS").u4(0).bytes()), nullptr);
-  EXPECT_EQ(LoadBytes(LwoWriter("ILBM").points({{1, 1, 1}}).bytes()), nullptr);
-  EXPECT_EQ(LoadBytes(LwoWriter().bytes()), nullptr);  // no chunk at all
-  const LwoWriter form = LwoWriter().points({{1, 1, 1}});  // a form size past the data: a missing header
-  EXPECT_EQ(LoadBytes(form.bytes(static_cast<std::uint32_t>(form.bytes().size()))), nullptr);
+std::uint32_t Id(const char* s) {
+  return std::uint32_t(std::uint8_t(s[0])) << 24 | std::uint32_t(std::uint8_t(s[1])) << 16 |
+         std::uint32_t(std::uint8_t(s[2])) << 8 | std::uint8_t(s[3]);
+}
 
-  // Chunks declared past the file, or shorter than their readers need, fail;
-  // empty POLS and TAGS load, empty PNTS, VMAP and VMAD do not.
-  struct Case { const char* id; Body body; std::optional<std::uint32_t> declared; bool loads; };
-  const Case cases[] = {
-      {"JUNK", [](IffBytes& b) { b.u4(0); }, 1000, false},
-      {"PNTS", [](IffBytes& b) { b.f4(1).f4(2).f4(3); }, 0xFFFFFFF0u, false},
-      {"LAYR", [](IffBytes& b) { b.u2(1).u2(0).f4(0).f4(0).f4(0).str("name"); }, 10, false},
-      {"BBOX", [](IffBytes& b) { b.f4(1).f4(1).f4(1).f4(2).f4(2).f4(2); }, 20, false},
-      {"POLS", {}, {}, true}, {"TAGS", {}, {}, true},
-      {"PNTS", {}, {}, false}, {"VMAP", {}, {}, false}, {"VMAD", {}, {}, false},
+TEST(LightWaveMalformed, HeadersFormsAndDeclaredSizes) {
+  read_failure missing;
+  EXPECT_EQ(so_lwo_load("/nonexistent/object.lwo", &missing), nullptr);
+  EXPECT_EQ(missing.kind, read_error::cannot_open);
+  EXPECT_EQ(so_lwo_load(nullptr), nullptr);
+  const LwoWriter form = LwoWriter().points({{1, 1, 1}});  // a form size past the data: a missing header
+  struct Whole { std::string bytes; read_error kind; std::uint32_t chunk; std::uint64_t offset; };
+  const Whole files[] = {
+      {std::string("FORM\0\0\0\x04LW", 10), read_error::truncated, 0, 8},  // short header: the form type is cut
+      {IffBytes().id("RIFF").u4(12).id("LWO2").id("PNTS").u4(0).bytes(), read_error::bad_header, 0, 0},
+      {LwoWriter("ILBM").points({{1, 1, 1}}).bytes(), read_error::unsupported_form, Id("ILBM"), 8},
+      {LwoWriter().bytes(), read_error::truncated, 0, 12},  // no chunk at all
+      {form.bytes(static_cast<std::uint32_t>(form.bytes().size())), read_error::truncated, 0, 32},
   };
-  for (const Case& c : cases)
-    EXPECT_EQ(LoadBytes(LwoWriter().points({{1, 1, 1}}).chunk(c.id, c.body, c.declared).bytes()) != nullptr, c.loads)
-        << c.id;
+  for (const Whole& f : files) {
+    const read_failure got = LoadFailure(f.bytes);
+    EXPECT_EQ(got.kind, f.kind) << describe(got.kind);
+    EXPECT_EQ(got.chunk, f.chunk);
+    EXPECT_EQ(got.offset, f.offset);
+  }
+
+  // Chunks declared past the file, or shorter than their readers need, fail
+  // at their own id; empty POLS and TAGS load, empty PNTS, VMAP and VMAD do not.
+  struct Case { const char* id; Body body; std::optional<std::uint32_t> declared; read_error kind; };
+  const Case cases[] = {
+      {"JUNK", [](IffBytes& b) { b.u4(0); }, 1000, read_error::bad_chunk_size},
+      {"PNTS", [](IffBytes& b) { b.f4(1).f4(2).f4(3); }, 0xFFFFFFF0u, read_error::bad_chunk_size},
+      {"LAYR", [](IffBytes& b) { b.u2(1).u2(0).f4(0).f4(0).f4(0).str("name"); }, 10, read_error::bad_chunk_size},
+      {"BBOX", [](IffBytes& b) { b.f4(1).f4(1).f4(1).f4(2).f4(2).f4(2); }, 20, read_error::bad_chunk_size},
+      {"POLS", {}, {}, read_error::none}, {"TAGS", {}, {}, read_error::none},
+      {"PNTS", {}, {}, read_error::bad_chunk_size}, {"VMAP", {}, {}, read_error::bad_chunk_size},
+      {"VMAD", {}, {}, read_error::bad_chunk_size},
+  };
+  for (const Case& c : cases) {
+    const read_failure got = LoadFailure(LwoWriter().points({{1, 1, 1}}).chunk(c.id, c.body, c.declared).bytes());
+    EXPECT_EQ(got.kind, c.kind) << c.id << ": " << describe(got.kind);
+    if (got) {
+      EXPECT_EQ(got.chunk, Id(c.id)) << c.id;
+    }
+  }
 }
 
 TEST(LightWaveMalformed, RecordsCrossingTheirBlockEnd) {
+  // Each fails inside its own chunk, which starts at byte 32 after a PNTS of
+  // three points; the offset is where reading stood (the chunk's end).
   const std::pair<const char*, Body> cases[] = {
       {"POLS", [](IffBytes& b) { b.id("FACE").u2(3).u2(0).u2(1); }},  // third index missing
       {"POLS", [](IffBytes& b) { b.id("FACE").u2(2).u2(0).u2(1).u2(1).raw("\xFF\x00"); }},
@@ -109,8 +132,15 @@ TEST(LightWaveMalformed, RecordsCrossingTheirBlockEnd) {
       {"VMAD", [](IffBytes& b) { b.id("TXUV").u2(1).str("uv").u2(0).u2(0).u2(0); }},
       {"PTAG", [](IffBytes& b) { b.id("SURF").u2(0); }},  // record without its tag
   };
-  for (const auto& [id, body] : cases)
-    EXPECT_EQ(LoadBytes(LwoWriter().points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).chunk(id, body).bytes()), nullptr) << id;
+  for (const auto& [id, body] : cases) {
+    const std::string bytes = LwoWriter().points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).chunk(id, body).bytes();
+    const read_failure got = LoadFailure(bytes);
+    EXPECT_TRUE(got.kind == read_error::bad_chunk_size || got.kind == read_error::truncated) << id << ": "
+                                                                                            << describe(got.kind);
+    EXPECT_EQ(got.chunk, Id(id)) << id;
+    EXPECT_GE(got.offset, 64u) << id;
+    EXPECT_LE(got.offset, bytes.size()) << id;
+  }
 }
 
 TEST(LightWaveMalformed, IndexesPastTheirArraysFailTheLoad) {
@@ -124,16 +154,14 @@ TEST(LightWaveMalformed, IndexesPastTheirArraysFailTheLoad) {
     w.points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).polygons({{0, 1, i.corner}});
     if (with_tags) w.tags({"A"});
     w.ptag("SURF", {{i.tag_polygon, i.tag}}).vmap("TXUV", 1, "uv", {{i.map_point, i.map_polygon, {0}}}, true);
-    return LoadBytes(w.bytes()) != nullptr;
+    return LoadFailure(w.bytes()).kind;
   };
-  EXPECT_TRUE(loads({}));
-  EXPECT_FALSE(loads({.corner = 3}));
-  EXPECT_FALSE(loads({.map_point = 3}));
-  EXPECT_FALSE(loads({.tag_polygon = 1}));
-  EXPECT_FALSE(loads({.map_polygon = 1}));
-  EXPECT_FALSE(loads({.tag = 1}));
-  EXPECT_TRUE(loads({}, false));
-  EXPECT_FALSE(loads({.tag = 1}, false));  // a tag index with no TAGS chunk at all
+  EXPECT_EQ(loads({}), read_error::none);
+  for (Indexes past : {Indexes{.corner = 3}, Indexes{.map_point = 3}, Indexes{.tag_polygon = 1},
+                       Indexes{.map_polygon = 1}, Indexes{.tag = 1}})
+    EXPECT_EQ(loads(past), read_error::index_out_of_range);
+  EXPECT_EQ(loads({}, false), read_error::none);
+  EXPECT_EQ(loads({.tag = 1}, false), read_error::index_out_of_range);  // a tag index with no TAGS chunk
 }
 
 }  // namespace
