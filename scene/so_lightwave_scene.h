@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/so_read_error.h"
 #include "scene/so_scene.h"
 
 class soLightWaveScene : public soScene {
@@ -31,6 +32,8 @@ class soLightWaveScene : public soScene {
 
   const char* ScenePath() override { return path_; }
   bool IsLoaded() override { return loaded_; }
+  // Why the last Load stopped early (kind none when it read every line).
+  const so3d::read_failure& ReadFailure() const { return read_failure_; }
   std::int32_t TileObject(const so_object_data& data, so_vectors& v) override;
   void RemoveObject(std::int32_t index) override;
   std::int32_t Load(const char* path, std::int32_t handedness) override;
@@ -79,4 +82,5 @@ class soLightWaveScene : public soScene {
   so_scene_item* current_ = nullptr;  // item the file lines describe
   std::unique_ptr<so_scene_item> camera_;
   bool loaded_ = false;
+  so3d::read_failure read_failure_;
 };

@@ -59,45 +59,72 @@ bool valid_channel(std::int32_t channel) { return channel >= 0 && channel < so_c
 }  // namespace
 
 std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
+  using so3d::read_error;
   loaded_ = true;
+  read_failure_ = {};
+  const auto fail = [&](read_error kind, std::uint64_t offset, std::int32_t line) {
+    read_failure_.set(kind, 0, offset, line);
+  };
   // The path feeds the object and image rules later: one that does not fit
   // is refused rather than cut into a different path.
-  if (!path || std::strlen(path) > max_path_length) return zFileStream::kErrNotOpen;
+  if (!path || std::strlen(path) > max_path_length) {
+    fail(read_error::cannot_open, 0, 0);
+    return zFileStream::kErrNotOpen;
+  }
   std::strcpy(path_, path);
 
   zFileStream stream(zString(path), zFileStream::kRead | zFileStream::kExisting, false);
   zBuffer buffer;
-  if (const std::int32_t opened = stream.Open(); opened != 0) return opened;
-  if (const std::int32_t read = stream.ReadAll(buffer); read != 0) return read;
+  if (const std::int32_t opened = stream.Open(); opened != 0) {
+    fail(read_error::cannot_open, 0, 0);
+    return opened;
+  }
+  if (const std::int32_t read = stream.ReadAll(buffer); read != 0) {
+    fail(read_error::cannot_open, 0, 0);
+    return read;
+  }
 
   lights_.clear();
   current_ = nullptr;
 
+  // Every way the reading ends early still returns 0: what was read stays.
   const char* data = reinterpret_cast<const char*>(buffer.Data());
   const std::size_t size = buffer.Size();
   std::size_t pos = 0;
+  std::int32_t line = 1;
   while (pos < size) {
     std::size_t length = 0;
     bool complete = false;
     while (pos < size) {
       const char c = data[pos];
-      if (c == '\0') return 0;
+      if (c == '\0') {
+        fail(read_error::bad_value, pos, line);
+        return 0;
+      }
       if (c == '\n' || c == '\r') {
         complete = true;
         break;
       }
-      if (length == max_line_length) return 0;  // over-long line: reading ends
+      if (length == max_line_length) {
+        fail(read_error::line_too_long, pos, line);
+        return 0;
+      }
       line_[length++] = c;
       ++pos;
     }
-    if (!complete) return 0;  // a last line without a break is not parsed
+    if (!complete) {  // a last line without a break is not parsed
+      fail(read_error::truncated, pos, line);
+      return 0;
+    }
     line_[length] = '\0';
-    while (pos < size && (data[pos] == '\n' || data[pos] == '\r')) ++pos;
-    // Memory running short ends the reading like any other unreadable
-    // line: what was read stays.
+    const std::int32_t parsed_line = line;
+    for (; pos < size && (data[pos] == '\n' || data[pos] == '\r'); ++pos) {
+      if (data[pos] == '\n' || pos + 1 == size || data[pos + 1] != '\n') ++line;
+    }
     try {
       parse_line(line_, handedness);
     } catch (const std::bad_alloc&) {
+      fail(read_error::out_of_memory, pos, parsed_line);
       return 0;
     }
   }

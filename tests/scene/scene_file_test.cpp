@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <utility>
 #include <string>
 
 #include "platform/foundation/z_file_stream.h"
@@ -30,11 +32,14 @@ struct Loaded {
   }
 };
 
-float CameraXOf(const std::string& text) {
+// Camera x at time 0, and why the reading stopped early.
+std::pair<float, so3d::read_failure> CameraXOf(const std::string& text) {
   Loaded s;
   EXPECT_EQ(s.Load(text), 0);
-  return s.Camera(0).pos.x;
+  return {s.Camera(0).pos.x, s.scene->ReadFailure()};
 }
+
+int LinesOf(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
 
 }  // namespace
 
@@ -44,8 +49,10 @@ TEST(SceneFile, MissingFileKeepsTheFactoryStateAndReportsTheStream) {
   EXPECT_TRUE(s.scene->IsLoaded());
   EXPECT_EQ(s.scene->LightCount(), 1u);
   EXPECT_NE(std::string(s.scene->ScenePath()).find("none.lws"), std::string::npos);
+  EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::cannot_open);
   const std::string too_long(soLightWaveScene::max_path_length + 1, 'x');
   EXPECT_NE(s.scene->Load(too_long.c_str(), so_handedness_left), 0);
+  EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::cannot_open);
 }
 
 TEST(SceneFile, CameraLightsAndAmbient) {
@@ -88,7 +95,11 @@ TEST(SceneFile, LineRulesAndChannelKeys) {
   w.Line("Channel 1").Line("Key 4 0 0");
   w.Pivot(1, 2, 3);
   w.Line("Channel 2").Line("Key 6 0 0");  // last line without a break: lost
-  ASSERT_EQ(s.Load(w.Text(false)), 0);
+  const std::string text = w.Text(false);
+  ASSERT_EQ(s.Load(text), 0);
+  EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::truncated);
+  EXPECT_EQ(s.scene->ReadFailure().line, LinesOf(text) + 1);
+  EXPECT_EQ(s.scene->ReadFailure().offset, text.size());
 
   const so_vectors v = s.Camera(1);
   EXPECT_FLOAT_EQ(v.scale.x, 0);
@@ -101,12 +112,26 @@ TEST(SceneFile, LineRulesAndChannelKeys) {
 }
 
 TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
+  using so3d::read_error;
   const std::string head = SceneWriter().Camera().Line("Channel 0").Line("Key 1 0 0").Text();
-  EXPECT_FLOAT_EQ(CameraXOf(head + "Key 2 0 0\n" + '\0' + "Key 3 0 0\n"), 2);
+  const int next = LinesOf(head) + 1;
+  const auto [after_zero, zero] = CameraXOf(head + "Key 2 0 0\n" + '\0' + "Key 3 0 0\n");
+  EXPECT_FLOAT_EQ(after_zero, 2);
+  EXPECT_EQ(zero.kind, read_error::bad_value);
+  EXPECT_EQ(zero.line, next + 1);
+  EXPECT_EQ(zero.offset, head.size() + 10);
+
   const std::string key = "Key 4 0 0 ";
   const std::size_t longest = soLightWaveScene::max_line_length;
-  EXPECT_FLOAT_EQ(CameraXOf(head + key + std::string(longest - key.size(), ' ') + "\n"), 4) << "fits exactly";
-  EXPECT_FLOAT_EQ(CameraXOf(head + key + std::string(longest - key.size() + 1, ' ') + "\nKey 3 0 0\n"), 1);
+  const auto [fits, none] = CameraXOf(head + key + std::string(longest - key.size(), ' ') + "\n");
+  EXPECT_FLOAT_EQ(fits, 4) << "fits exactly";
+  EXPECT_FALSE(none);
+  const auto [before_long, too_long] =
+      CameraXOf(head + key + std::string(longest - key.size() + 1, ' ') + "\nKey 3 0 0\n");
+  EXPECT_FLOAT_EQ(before_long, 1);
+  EXPECT_EQ(too_long.kind, read_error::line_too_long);
+  EXPECT_EQ(too_long.line, next);
+  EXPECT_EQ(too_long.offset, head.size() + longest);
 }
 
 TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
