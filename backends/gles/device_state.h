@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "backends/state/transform_slots.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
@@ -27,7 +28,12 @@ inline constexpr DWORD fill_solid = 3;
 inline constexpr DWORD shade_gouraud = 2;
 inline constexpr DWORD blend_last = 11;  // D3DBLEND_SRCALPHASAT, the last factor GL has too
 
-enum TransformSlot : std::size_t { slot_world, slot_view, slot_projection, slot_texture0, slot_texture1, slot_count };
+using backend::slot_count;
+using backend::slot_projection;
+using backend::slot_texture0;
+using backend::slot_texture1;
+using backend::slot_view;
+using backend::slot_world;
 
 struct StreamBinding {
   GlesVertexBuffer* buffer;  // one reference held by the device

@@ -16,17 +16,6 @@ namespace {
 
 constexpr DWORD stream_count = 1;
 
-bool SlotOf(D3DTRANSFORMSTATETYPE state, std::size_t& slot) {
-  switch (state) {
-    case D3DTS_WORLD: slot = slot_world; return true;
-    case D3DTS_VIEW: slot = slot_view; return true;
-    case D3DTS_PROJECTION: slot = slot_projection; return true;
-    case D3DTS_TEXTURE0: slot = slot_texture0; return true;
-    case D3DTS_TEXTURE1: slot = slot_texture1; return true;
-    default: return false;
-  }
-}
-
 std::array<float, 4> Rgba(const D3DCOLORVALUE& c) { return {c.r, c.g, c.b, c.a}; }
 
 std::array<float, 4> Rgba(D3DCOLOR c) {
@@ -227,7 +216,7 @@ HRESULT GlesDevice::CreateVertexBuffer(UINT Length, DWORD, DWORD FVF, D3DPOOL, I
 
 HRESULT GlesDevice::SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) {
   std::size_t slot = 0;
-  if (!pMatrix || !SlotOf(State, slot)) return D3DERR_INVALIDCALL;
+  if (!pMatrix || !backend::SlotOf(State, slot)) return D3DERR_INVALIDCALL;
   D3DMATRIX& stored = state_.transforms[slot];
   if (std::memcmp(&stored, pMatrix, sizeof stored) == 0) return D3D_OK;
   stored = *pMatrix;
@@ -237,7 +226,7 @@ HRESULT GlesDevice::SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* p
 
 HRESULT GlesDevice::GetTransform(D3DTRANSFORMSTATETYPE State, D3DMATRIX* pMatrix) {
   std::size_t slot = 0;
-  if (!pMatrix || !SlotOf(State, slot)) return D3DERR_INVALIDCALL;
+  if (!pMatrix || !backend::SlotOf(State, slot)) return D3DERR_INVALIDCALL;
   *pMatrix = state_.transforms[slot];
   return D3D_OK;
 }

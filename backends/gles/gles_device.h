@@ -31,7 +31,7 @@
 #include "backends/gles/device_state.h"
 #include "backends/gles/ffp_program.h"
 #include "backends/gles/gl_state_cache.h"
-#include "backends/gles/ref_counted.h"
+#include "backends/state/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
@@ -45,7 +45,7 @@ struct DeviceOptions {
   UINT height = 480;
 };
 
-class GlesDevice final : public RefCounted<IDirect3DDevice9> {
+class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
  public:
   // A device with one reference. E_FAIL when no ES 3 context can be made
   // (then `why`, which may be null, says why), D3DERR_INVALIDCALL for a zero

@@ -13,14 +13,14 @@
 #include <memory>
 #include <vector>
 
-#include "backends/gles/ref_counted.h"
+#include "backends/state/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
 
 struct GlesRuntime;
 
-class GlesTexture final : public RefCounted<IDirect3DTexture9> {
+class GlesTexture final : public backend::RefCounted<IDirect3DTexture9> {
  public:
   // D3DERR_INVALIDCALL for a zero or too large size, a format other than the
   // two above, or more than one level asked for; E_OUTOFMEMORY when memory

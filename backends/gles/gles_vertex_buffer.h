@@ -10,14 +10,14 @@
 #include <memory>
 #include <vector>
 
-#include "backends/gles/ref_counted.h"
+#include "backends/state/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
 
 struct GlesRuntime;
 
-class GlesVertexBuffer final : public RefCounted<IDirect3DVertexBuffer9> {
+class GlesVertexBuffer final : public backend::RefCounted<IDirect3DVertexBuffer9> {
  public:
   // D3DERR_INVALIDCALL for a length of 0; E_OUTOFMEMORY when memory is short.
   static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT length, DWORD fvf, GlesVertexBuffer** out);

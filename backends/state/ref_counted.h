@@ -5,7 +5,7 @@
 
 #include "platform/d3d9/d3d9.h"
 
-namespace so3d::gles {
+namespace so3d::backend {
 
 template <class Interface>
 class RefCounted : public Interface {
@@ -21,4 +21,4 @@ class RefCounted : public Interface {
   std::atomic<ULONG> references_{1};
 };
 
-}  // namespace so3d::gles
+}  // namespace so3d::backend
