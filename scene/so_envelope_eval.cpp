@@ -119,25 +119,9 @@ using key_list = std::vector<std::unique_ptr<so_envelope_key>>;
 
 // The index of the key that ends the span holding `time`: the first key
 // after the first one whose time is not below `time`, or the key count when
-// no key qualifies. For keys in time order a bisection gives the same index
-// as walking the list, equal times included.
+// no key qualifies.
 std::size_t span_end(const key_list& keys, float time, bool ordered) {
-  const std::size_t n = keys.size();  // at least 2
-  if (!ordered) {
-    std::size_t i = 1;
-    while (time > keys[i]->time) {
-      if (++i == n) return n;
-    }
-    return i;
-  }
-  const std::unique_ptr<so_envelope_key>* base = keys.data() + 1;
-  std::size_t len = n - 1;
-  while (len > 1) {
-    const std::size_t half = len / 2;
-    base = base[half - 1]->time < time ? base + half : base;
-    len -= half;
-  }
-  return static_cast<std::size_t>(base - keys.data()) + (base[0]->time < time ? 1 : 0);
+  return first_key_not(keys, ordered, [time](float key_time) { return key_time < time; });
 }
 
 float bezier_span_value(const so_envelope_key& key0, const so_envelope_key& key1, float time) {
@@ -178,25 +162,25 @@ float evaluate_envelope(const so_envelope* env, float time) {
   const bool before = time < first.time;
   if (before || time > last.time) {
     switch (before ? env->pre : env->post) {
-      case 0:
+      case so_end_reset:
         return 0.0f;
-      case 1:
+      case so_end_constant:
         return before ? first.value : last.value;
-      case 2:
+      case so_end_repeat:
         time = wrap_time(time, first.time, last.time).time;
         break;
-      case 3: {
+      case so_end_oscillate: {
         const wrapped_time w = wrap_time(time, first.time, last.time);
         time = w.cycle % 2 != 0 ? (last.time - first.time) - w.time : w.time;
         break;
       }
-      case 4: {
+      case so_end_offset_repeat: {
         const wrapped_time w = wrap_time(time, first.time, last.time);
         time = w.time;
         offset = static_cast<float>(w.cycle) * (last.value - first.value);
         break;
       }
-      case 5:
+      case so_end_linear:
         if (before) {
           const so_envelope_key& k = *first.next;
           return first.value + ratio(outgoing_tangent(first, k), k.time - first.time) * (time - first.time);

@@ -2,7 +2,10 @@
 // Evaluating and keying envelopes: single curves, and the seventeen channels
 // of a scene item at once. Evaluation never fails and allocates nothing; the
 // keying functions report a short allocation with a null or -1 result.
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include "base/so_envelope.h"
 #include "base/so_records.h"
@@ -91,5 +94,30 @@ bezier_cubic make_bezier_cubic(float c0, float c1, float c2, float c3);
 // parameter (far from time zero floats are too coarse for 0.0001), or after
 // 64 halvings.
 float span_parameter(const bezier_cubic& x, float time);
+
+// The first key from the second on whose time `before` refuses, or the key
+// count when it takes them all. `before` must hold for a prefix of keys in
+// time order: those are bisected, others walked, with the same answer.
+template <class Before>
+std::size_t first_key_not(const std::vector<std::unique_ptr<so_envelope_key>>& keys, bool ordered, Before before) {
+  const std::size_t n = keys.size();
+  if (!ordered) {
+    std::size_t i = 1;
+    while (i < n && before(keys[i]->time)) ++i;
+    return i;
+  }
+  std::size_t lo = 1;
+  std::size_t len = n > 1 ? n - 1 : 0;
+  while (len > 0) {
+    const std::size_t half = len / 2;
+    if (before(keys[lo + half]->time)) {
+      lo += half + 1;
+      len -= half + 1;
+    } else {
+      len = half;
+    }
+  }
+  return lo;
+}
 
 }  // namespace so3d::envelope

@@ -9,8 +9,6 @@ namespace {
 
 using channel_array = std::array<float, so_channel_count>;
 
-bool valid_channel(std::int32_t channel) { return channel >= 0 && channel < so_channel_count; }
-
 // The channel's envelope, made empty with behaviours 0 when it has none.
 so_envelope* channel_envelope(so_scene_item& item, std::int32_t channel) {
   std::unique_ptr<so_envelope>& slot = item.env[channel];
@@ -19,28 +17,10 @@ so_envelope* channel_envelope(so_scene_item& item, std::int32_t channel) {
 }
 
 // The position of the last key whose time is not above `time`, searching
-// from the first key (whose time the caller has checked). Bisects keys in
-// time order, else walks them; both give the same answer.
+// from the first key (whose time the caller has checked).
 std::size_t last_key_at_or_before(const so_envelope& env, float time) {
-  const auto& keys = env.key_nodes;
-  const std::size_t n = keys.size();
-  std::size_t k = 0;
-  if (!env.keys_ordered) {
-    while (k + 1 < n && keys[k + 1]->time <= time) ++k;
-    return k;
-  }
-  std::size_t lo = 1;
-  std::size_t len = n - 1;
-  while (len > 0) {
-    const std::size_t half = len / 2;
-    if (keys[lo + half]->time <= time) {
-      lo += half + 1;
-      len -= half + 1;
-    } else {
-      len = half;
-    }
-  }
-  return lo - 1;
+  return so3d::envelope::first_key_not(env.key_nodes, env.keys_ordered,
+                                       [time](float key_time) { return key_time <= time; }) - 1;
 }
 
 so_envelope_key* add_key(so_envelope& env, const so_envelope_key& key) {
@@ -77,7 +57,7 @@ so_vectors from_channels(const channel_array& c) {
 so_envelope_key* add_envelope_key(so_scene_item& item, std::int32_t channel, float value, float time,
                                   std::int32_t shape_number, float p1, float p2, float p3, float p4, float p5,
                                   float /*p6: not kept*/) {
-  if (!valid_channel(channel)) return nullptr;
+  if (!so_is_channel(channel)) return nullptr;
   so_envelope* env = channel_envelope(item, channel);
   if (!env) return nullptr;
   so_envelope_key key;
@@ -93,7 +73,7 @@ so_envelope_key* add_envelope_key(so_scene_item& item, std::int32_t channel, flo
 }
 
 std::int32_t reset_envelope(so_scene_item& item, std::int32_t channel, std::int32_t pre, std::int32_t post) {
-  if (!valid_channel(channel)) return -1;
+  if (!so_is_channel(channel)) return -1;
   if (item.env[channel]) *item.env[channel] = so_envelope();
   so_envelope* env = channel_envelope(item, channel);
   if (!env) return -1;
@@ -105,7 +85,7 @@ std::int32_t reset_envelope(so_scene_item& item, std::int32_t channel, std::int3
 float so_channel_default(std::int32_t channel) { return channel >= 6 && channel <= 9 ? 1.0f : 0.0f; }
 
 float channel_value(void* item, std::int32_t channel, float time, float def) {
-  if (!item || !valid_channel(channel)) return def;
+  if (!item || !so_is_channel(channel)) return def;
   const so_envelope* env = static_cast<so_scene_item*>(item)->env[channel].get();
   return env ? evaluate_envelope(env, time) : def;
 }

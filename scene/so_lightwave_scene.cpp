@@ -232,7 +232,7 @@ std::int32_t soLightWaveScene::EvaluateObject(std::int32_t index, float time, bo
 
 void soLightWaveScene::SetObjectEval(std::int32_t index, so_channel_eval fn, std::int32_t channel) {
   so_scene_item* item = item_at(index);
-  if (!item || channel < 0 || channel >= so_channel_count) return;
+  if (!item || !so_is_channel(channel)) return;
   item->eval[channel] = fn;
 }
 

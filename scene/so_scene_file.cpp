@@ -54,8 +54,6 @@ Keyword match_keyword(const char* line) {
   return Keyword::kNone;
 }
 
-bool valid_channel(std::int32_t channel) { return channel >= 0 && channel < so_channel_count; }
-
 }  // namespace
 
 std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
@@ -206,10 +204,10 @@ void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
       if (current) key_pivot(line);
       break;
     case Keyword::kEnvelope:
-      if (current && valid_channel(current_channel_)) reset_envelope(*current, current_channel_, 1, 1);
+      if (current && so_is_channel(current_channel_)) reset_envelope(*current, current_channel_, 1, 1);
       break;
     case Keyword::kKey:
-      if (current && valid_channel(current_channel_)) key_channel(line);
+      if (current && so_is_channel(current_channel_)) key_channel(line);
       break;
     case Keyword::kNone:
       break;
@@ -227,7 +225,7 @@ void soLightWaveScene::key_channel(const char* line) {
   long shape = 0;
   std::sscanf(line, "Key %f %f %ld %f %f %f %f %f %f", &value, &time, &shape, &p[0], &p[1], &p[2], &p[3], &p[4],
               &p[5]);
-  if (current_channel_ == 8 && value != 1.0f) value = 1.0f;  // depth scale is always 1
+  if (current_channel_ == so_channel_scale_z && value != 1.0f) value = 1.0f;  // depth scale is always 1
   // Out-of-range shape numbers all mean the last shape; clamp before
   // narrowing so a huge number cannot wrap to a small one.
   const std::int32_t shape_number = shape < 0 || shape > 5 ? 5 : static_cast<std::int32_t>(shape);
