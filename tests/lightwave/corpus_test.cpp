@@ -1,14 +1,17 @@
 // Every public object loads, and what it holds agrees with counts taken by a
-// separate, deliberately plain walk over the file's chunks.
+// separate, deliberately plain walk over the file's chunks; as a drawable
+// object, in either handedness, it becomes the fan of triangles its polygons make.
 #include <gtest/gtest.h>
 
+#include "objects/so_lightwave_object.h"
 #include "tests/lightwave/lwo_test_util.h"
 #include "tests/lightwave/lwo_walk.h"
+#include "tests/textures/memory_texture_manager.h"
 
 namespace so3d::test {
 namespace {
 
-TEST(LightWaveCorpus, EveryObjectLoadsWithTheCountsItDeclares) {
+TEST(LightWaveCorpus, EveryObjectLoadsWithTheCountsItDeclaresAndBecomesItsFanOfTriangles) {
   SO3D_REQUIRE_LIGHTWAVE_DATA(root);
   int checked[2] = {0, 0};  // LWO2, LWOB
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
@@ -37,6 +40,20 @@ TEST(LightWaveCorpus, EveryObjectLoadsWithTheCountsItDeclares) {
     EXPECT_EQ(file->clips.size() + file->envelopes.size(), e.clips_and_envelopes);
     ASSERT_EQ(file->surfaces.size(), e.surfaces);
     for (std::size_t i = 0; i < e.surf_names.size(); ++i) EXPECT_EQ(file->surfaces[i]->name, e.surf_names[i]);
+
+    auto textures = MakeMemoryManager();
+    for (std::int32_t handedness : {so_handedness_left, so_handedness_right}) {
+      soLightWaveObject object(entry.path().c_str(), textures.get());
+      ASSERT_TRUE(object.LoadObject(entry.path().c_str(), handedness));
+      long long triangles = 0;
+      for (std::int32_t i = 0; i < object.SurfaceCount(); ++i) {
+        const so_surface& s = *object.SurfaceAt(i);
+        EXPECT_TRUE(s.vertex_count % 3 == 0 && s.normal_count == s.vertex_count);
+        EXPECT_TRUE(s.vertex_count == 0 || s.interleaved != nullptr);
+        triangles += s.vertex_count / 3;
+      }
+      EXPECT_EQ(triangles, e.fan_triangles);
+    }
   }
   EXPECT_GT(checked[0], 20);
   EXPECT_GE(checked[1], 3);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "platform/foundation/z_record.h"
@@ -68,12 +69,9 @@ TEST_F(DepthSort, GrowsByTheStepNeverShrinksAndKeepsEntries) {
   for (std::uint32_t i = 0; i < 4; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 3 - i);
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(4));
 
-  const struct {
-    std::uint32_t count, capacity;
-  } steps[] = {{9, 12}, {20, 24} /* the step alone is not enough */, {5, 24}};
-  for (const auto& s : steps) {
-    Sort(s.count);
-    EXPECT_EQ(renderer.depth_sort_capacity(), s.capacity) << s.count;
+  for (const auto& [count, capacity] : {std::pair{9u, 12u}, {20u, 24u} /* the step alone is not enough */, {5u, 24u}}) {
+    Sort(count);
+    EXPECT_EQ(renderer.depth_sort_capacity(), capacity) << count;
   }
   EXPECT_TRUE(renderer.DepthSort_ValidIndex(4));
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(5));
@@ -104,8 +102,7 @@ TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAlone) {
   EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 1), 1);
   EXPECT_EQ(out[1], nullptr) << "wrote past the maximum";
   EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 2), 2);
-  EXPECT_EQ(out[0], &r1);
-  EXPECT_EQ(out[1], &r3);
+  EXPECT_TRUE(out[0] == &r1 && out[1] == &r3);
   EXPECT_EQ(renderer.FindRecordForScreen(exact, 4, object(2, 1)), &r3);
   EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 0), out, 2), 1) << "a null record still matches";
   EXPECT_EQ(out[0], nullptr);
@@ -129,10 +126,8 @@ TEST(ScreenLookup, ScreensOfATransition) {
   TestRenderer renderer;
   const so_screen_data screens[] = {{0, 0, nullptr, 1}, {1, 0, nullptr, 2}, {2, 0, nullptr, 1}, {3, 0, nullptr, 2}};
   const so_screen_data* first = nullptr;
-  EXPECT_EQ(renderer.GetScreensForTransition(screens, 4, 2, &first), 2);
-  EXPECT_EQ(first, &screens[1]);
-  EXPECT_EQ(renderer.GetScreensForTransition(screens, 4, 7, &first), 0);
-  EXPECT_EQ(first, screens);
+  EXPECT_TRUE(renderer.GetScreensForTransition(screens, 4, 2, &first) == 2 && first == &screens[1]);
+  EXPECT_TRUE(renderer.GetScreensForTransition(screens, 4, 7, &first) == 0 && first == screens);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "platform/foundation/z_record.h"
 #include "scene/so_lightwave_scene.h"
@@ -59,8 +61,7 @@ TEST_F(Transition, SceneWithItselfStaysAndSettingsAreAppliedOnce) {
   EXPECT_FLOAT_EQ(Eval(*a, 0, 0).pos.x, -1.5f);  // A itself is unchanged
   so_object_data d{};
   Eval(*t, 1, 1, &d);
-  EXPECT_EQ(d.screen, 2);
-  EXPECT_EQ(d.slot, 2);
+  EXPECT_TRUE(d.screen == 2 && d.slot == 2);
 }
 
 TEST_F(Transition, UnpairedObjectsFadeInPlaceAndUnlistedScreensAreLeftOut) {
@@ -70,12 +71,9 @@ TEST_F(Transition, UnpairedObjectsFadeInPlaceAndUnlistedScreensAreLeftOut) {
   so_screen_data sb[] = {{2, 2, nullptr, 0}};
   t->Interpolate(a.get(), sa, 1, 0, b.get(), sb, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);  // A's screen-1 object builds out, B's builds in
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 0).trans, 1);
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 2).trans, 0);
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 2).pos.x, -1);
-  EXPECT_FLOAT_EQ(Eval(*t, 1, 0).trans, 0);
-  EXPECT_FLOAT_EQ(Eval(*t, 1, 2).trans, 1);
-  EXPECT_FLOAT_EQ(Eval(*t, 1, 1).pos.x, 1);
+  EXPECT_EQ((std::vector<float>{Eval(*t, 0, 0).trans, Eval(*t, 0, 2).trans, Eval(*t, 1, 0).trans, Eval(*t, 1, 2).trans}),
+            (std::vector<float>{1, 0, 0, 1}));
+  EXPECT_TRUE(Eval(*t, 0, 2).pos.x == -1 && Eval(*t, 1, 1).pos.x == 1);
 }
 
 TEST_F(Transition, BuildDirectionsEffectsAndEase) {
@@ -105,10 +103,8 @@ TEST_F(Transition, PairingIsFirstComeFirstServed) {
   so_screen_data screens[] = {{1, 4, nullptr, 0}};
   t->Interpolate(a.get(), screens, 1, 0, b.get(), screens, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 0).pos.x, -2);  // A's first glides to B's
-  EXPECT_FLOAT_EQ(Eval(*t, 0, 2).pos.x, 0);
-  EXPECT_FLOAT_EQ(Eval(*t, 1, 0).pos.x, 2);  // the second builds out
-  EXPECT_FLOAT_EQ(Eval(*t, 1, 2).trans, 0);
+  EXPECT_TRUE(Eval(*t, 0, 0).pos.x == -2 && Eval(*t, 0, 2).pos.x == 0);  // A's first glides to B's
+  EXPECT_TRUE(Eval(*t, 1, 0).pos.x == 2 && Eval(*t, 1, 2).trans == 0);   // the second builds out
 }
 
 TEST_F(Transition, SubScenesAreRecordedAndPinned) {
@@ -125,17 +121,13 @@ TEST_F(Transition, SubScenesAreRecordedAndPinned) {
   t->AddSubScene(a.get(), sa, 2, 0.25f, b.get(), sb, 6, 0.75f);
   ASSERT_TRUE(t->IsSubSceneTransition());
   ASSERT_EQ(t->SubSceneInfo(0, &ra, &rb, &ta, &tb), 0);
-  EXPECT_EQ(ra, a.get());
-  EXPECT_EQ(rb, b.get());
-  EXPECT_FLOAT_EQ(ta, 0.25f);
-  EXPECT_FLOAT_EQ(tb, 0.75f);
+  EXPECT_EQ(std::tuple(ra, rb, ta, tb), std::tuple(a.get(), b.get(), 0.25f, 0.75f));
   EXPECT_EQ(t->SubScenes()[0]->count_b, 5);  // cut to the record's room
   EXPECT_EQ(t->ObjectCount(), 0u);
 
   so_object_data d{};
   EXPECT_FLOAT_EQ(Eval(*a, 0, 2, &d).pos.x, -0.5f);  // entry settings applied once
-  EXPECT_EQ(d.screen, 1);
-  EXPECT_EQ(d.slot, 6);                      // slot of the entry at position 1
+  EXPECT_TRUE(d.screen == 1 && d.slot == 6);  // slot of the entry at position 1
   EXPECT_FLOAT_EQ(Eval(*a, 1, 0).pos.x, 1);  // screen 1 maps to screen 0: no settings
   Eval(*a, 2, 0, &d);
   EXPECT_EQ(d.screen, 7);  // beyond the table: left alone

@@ -1,8 +1,12 @@
+// The texture registry over in-memory textures: ids, the three path rules
+// for finding files, and decoding, stretching and uploading pictures.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "base/so_file_paths.h"
 #include "platform/image/image_file.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_images.h"
@@ -13,21 +17,107 @@ namespace image = so3d::image;
 
 namespace {
 
+TEST(TextureRegistry, IdsInOrderDecorIdsKeepTheirFirstName) {
+  auto m = MakeMemoryManager();
+  std::int32_t first = 0, second = 0;
+  EXPECT_EQ(m->AddTexture("C:/Images/wood.jpg", &first), 0);
+  EXPECT_EQ(m->AddTexture("C:/Images/wood.jpg", &second), 0);  // one name twice: two ids
+  EXPECT_TRUE(first != 0 && first != second);
+  EXPECT_EQ(m->AddTexture("x.png", nullptr), -1);
+  EXPECT_EQ(m->AddDecorTexture("frame.png", 5), 0);
+  EXPECT_EQ(m->AddDecorTexture("other.png", 5), 0);
+  ASSERT_EQ(m->TextureCount(), 3u);
+  EXPECT_EQ((std::vector<std::int32_t>{m->TextureIDAt(1), m->TextureIDAt(2), m->TextureIDAt(3)}),
+            (std::vector<std::int32_t>{second, 5, 0}));  // 0 past the end
+  EXPECT_EQ(m->get_texture_entry(5)->name, "frame.png");
+  EXPECT_EQ(m->get_texture_entry(6), nullptr);
+}
+
+TEST(TextureRegistry, UnloadDeletesOnlyThatEntryAndCopiesAreIndependent) {
+  auto m = MakeMemoryManager(), copy = MakeMemoryManager();
+  std::int32_t a = 0, b = 0, c = 0;
+  m->AddTexture("a", &a);
+  m->AddTexture("b", &b);
+  m->AddTexture("c", &c);
+  m->SetMultitexturingEnabled(false);
+  copy->AddDecorTexture("old.png", 1000000);
+  *copy = *m;
+  *copy = *copy;
+  EXPECT_EQ(m->UnloadAndDeleteTexture(b), 0);
+  ASSERT_EQ(m->TextureCount(), 2u);
+  EXPECT_EQ(m->TextureIDAt(1), c);
+  // A second unload, and ids never registered, change nothing.
+  EXPECT_EQ(m->UnloadAndDeleteTexture(b), -1);
+  EXPECT_EQ(m->OpenAndUploadTexture(b, "/tmp/scene.lws"), -1);
+  EXPECT_EQ(m->calls, std::vector<std::string>{"delete " + std::to_string(b)});
+
+  ASSERT_EQ(copy->TextureCount(), 3u);
+  EXPECT_EQ(copy->get_texture_entry(b)->name, "b");
+  EXPECT_EQ(copy->get_texture_entry(1000000), nullptr);
+  EXPECT_FALSE(copy->MultitexturingEnabled());
+  EXPECT_EQ(copy->ReferenceCount(), 1);
+}
+
+constexpr const char* back = "\\";
+
+// Each rule writes `out` only when it applies; the beside rule appends.
+zString absolute(const char* name, const char* sep) {
+  zString out("unchanged");
+  return resolve_absolute_path(name, out, sep), out;
+}
+zString relative(const char* name, const char* base, const char* sep) {
+  zString out("unchanged");
+  return resolve_relative_to_base(name, out, base, sep), out;
+}
+zString beside(const char* name, const char* base, const char* sep) {
+  zString out("pre:");
+  return resolve_beside_base(name, out, base, sep), out;
+}
+
+TEST(TexturePaths, DriveLetterCommonFolderAndSameFolderRules) {
+  EXPECT_EQ(absolute("C:Images/wood.jpg", back), "C:\\Images\\wood.jpg");
+  EXPECT_EQ(absolute("C:/Images/wood.jpg", back), "C:\\\\Images\\wood.jpg");
+  EXPECT_EQ(absolute("C:Images\\wood.jpg", "/"), "C:/Images/wood.jpg");
+  for (const char* name : {"Images/wood.jpg", "/srv/a:b.jpg", "C", "", ":"})
+    EXPECT_EQ(absolute(name, back), "unchanged") << name;
+  EXPECT_EQ(absolute(nullptr, back), "unchanged");
+
+  // The common-folder rule re-roots at the deepest shared folder.
+  EXPECT_EQ(relative("X:Content/Images/wood.jpg", "D:\\Work\\Content\\Scenes\\intro.lws", back),
+            "D:\\Work\\Content\\Images\\wood.jpg");
+  EXPECT_EQ(relative("X:/Shared/Images/wood.jpg", "D:\\Shared\\Images\\Scenes\\s.lws", back),
+            "D:\\Shared\\Images\\wood.jpg");
+  // Walking the base upwards finds its deepest occurrence first.
+  EXPECT_EQ(relative("X:Content/Images/w.jpg", "D:\\Content\\Work\\Content\\Scenes\\s.lws", back),
+            "D:\\Content\\Work\\Content\\Images\\w.jpg");
+  EXPECT_EQ(relative("X:\\Content\\Images\\wood.jpg", "/home/u/Content/Scenes/intro.lws", "/"),
+            "/home/u/Content/Images/wood.jpg");
+  // Without a match `out` is left alone.
+  // Case matters; no ':', or no folder, never matches.
+  for (const char* name : {"X:Other/Images/wood.jpg", "X:content/Images/wood.jpg", "Content/Images/wood.jpg", "X:wood.jpg"})
+    EXPECT_EQ(relative(name, "D:\\Work\\Content\\Scenes\\intro.lws", back), "unchanged") << name;
+  for (const char* base : {static_cast<const char*>(nullptr), ""})
+    EXPECT_EQ(relative("X:Content/Images/wood.jpg", base, back), "unchanged");
+
+  // The same-folder rule appends the leaf beside the base.
+  EXPECT_EQ(beside("C:/Models/cube.lwo", "D:\\Shows\\intro.lws", back), "pre:D:\\Shows\\cube.lwo");
+  EXPECT_EQ(beside("C:\\Models\\cube.lwo", "/srv/shows/intro.lws", "/"), "pre:/srv/shows/cube.lwo");
+  EXPECT_EQ(beside("cube.lwo", "/intro.lws", "/"), "pre:/cube.lwo");
+  EXPECT_EQ(beside("Models/cube.lwo", "intro.lws", "/"), "pre:cube.lwo");
+  EXPECT_EQ(beside("Models/cube.lwo", nullptr, "/"), "pre:cube.lwo");
+}
+
 constexpr Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255}, grey{90, 120, 150, 255};
 
 std::array<int, 4> bgra(Rgba c) { return {c.b, c.g, c.r, c.a}; }
 
 // Texels (near|far, near|far) must show the four quadrant colours.
 void expect_quadrants(const MemoryTextureManager& m, std::int32_t id, int near, int far) {
-  EXPECT_EQ(m.Texel(id, near, near), bgra(red));
-  EXPECT_EQ(m.Texel(id, far, near), bgra(green));
-  EXPECT_EQ(m.Texel(id, near, far), bgra(blue));
-  EXPECT_EQ(m.Texel(id, far, far), bgra(grey));
+  EXPECT_EQ((std::vector{m.Texel(id, near, near), m.Texel(id, far, near), m.Texel(id, near, far), m.Texel(id, far, far)}),
+            (std::vector{bgra(red), bgra(green), bgra(blue), bgra(grey)}));
 }
 
 TestImage quadrants(int width, int height) { return TestImage::Quadrants(width, height, red, green, blue, grey); }
-
-}  // namespace
 
 TEST(MakeBitmap, StretchesToTheTextureRowByRowWithThePitch) {
   TempDir dir;
@@ -138,3 +228,5 @@ TEST(OpenAndUploadTexture, TriesTheDriveLetterThenTheCommonFolder) {
   EXPECT_EQ(result, 0);
   EXPECT_EQ(m->textures.count(drive), 1u);
 }
+
+}  // namespace

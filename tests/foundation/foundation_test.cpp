@@ -1,0 +1,174 @@
+// Strings, paths, file streams, records, ids, locks, reference counting and
+// boot order.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <thread>
+#include <vector>
+
+#include "platform/foundation/x_unknown.h"
+#include "platform/foundation/z_boot.h"
+#include "platform/foundation/z_critical.h"
+#include "platform/foundation/z_file_stream.h"
+#include "platform/foundation/z_fs_path.h"
+#include "platform/foundation/z_id_generator.h"
+#include "platform/foundation/z_record.h"
+#include "platform/foundation/z_string.h"
+#include "platform/foundation/z_string_id.h"
+#include "platform/foundation/z_types.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+TEST(zString, EditsAndComparesBytewise) {
+  zString s("C:/Models/cube.lwo");
+  s.ReplaceChar('/', '\\');
+  s.Prepend("X");
+  s += '!';
+  s += zString("?");
+  EXPECT_EQ(s, "XC:\\Models\\cube.lwo!?");
+  EXPECT_FALSE(zString("One") == zString("one"));
+  EXPECT_STREQ(zString(static_cast<const char*>(nullptr)).CString(), "");
+}
+
+TEST(zFSPath, SplitsOnEitherSeparator) {
+  EXPECT_EQ(zFSPath("a/b\\c").GetLeaf(), "c");
+  EXPECT_EQ(zFSPath("plain").GetLeaf(), "plain");
+  EXPECT_EQ(zFSPath("dir/").GetLeaf(), "");
+  zFSPath p("D:\\Shows/sub\\intro.lws");
+  for (const char* parent : {"D:\\Shows/sub", "D:\\Shows", "D:", ""}) EXPECT_EQ(p.GoParent().Path(), parent);
+}
+
+TEST(zFileStream, ReadsWholeFilesAndReportsFailures) {
+  so3d::test::TempDir dir;
+  zFileStream stream(dir.Write("data.bin", std::string("ab\0cd", 5)).c_str(), 5, false);
+  ASSERT_EQ(stream.Open(), 0);
+  zBuffer buffer;
+  ASSERT_EQ(stream.ReadAll(buffer), 0);
+  ASSERT_EQ(buffer.Size(), 5u);
+  EXPECT_EQ(buffer.Data()[4], 'd');
+  zFileStream empty(dir.Write("empty", "").c_str(), 5, false);
+  ASSERT_EQ(empty.Open(), 0);
+  EXPECT_EQ(empty.ReadAll(buffer), 0);
+  EXPECT_EQ(buffer.Size(), 0u);
+  zFileStream missing((dir.Path() / "nope").c_str(), 5, false);
+  EXPECT_EQ(missing.Open(), zFileStream::kErrNotFound);
+  EXPECT_EQ(missing.ReadAll(buffer), zFileStream::kErrNotOpen);
+  zFileStream folder(dir.Path().c_str(), 5, false);
+  EXPECT_NE(folder.Open(), 0);
+}
+
+TEST(zVariable, ConvertsNumbersAndKeepsDefaultsForOtherKinds) {
+  EXPECT_EQ(zFourCC("QVR_"), 0x5156525Fu);  // first character highest
+  EXPECT_EQ(zVariable().AsRect(zRect(1, 2, 3, 4)), zRect(1, 2, 3, 4));
+  EXPECT_FLOAT_EQ(zVariable::FromInt32(3).AsFloat(), 3.0f);
+  EXPECT_EQ(zVariable::FromFloat(-2.75f).AsInt32(), -2);
+  EXPECT_EQ(zVariable::FromFloat(1e20f).AsInt32(9), 9);  // no integer value
+  EXPECT_EQ(zVariable::FromFloat(2.0f).AsFloatPoint({5, 6}), zFloatPoint(5, 6));
+  EXPECT_EQ(zVariable::FromRect({1, 2, 3, 4}).AsInt32(-1), -1);
+}
+
+TEST(zRecord, SetReplacesAndListLookupMarksMissing) {
+  constexpr std::uint32_t kA = zFourCC("aaaa"), kB = zFourCC("bbbb"), kC = zFourCC("cccc");
+  zRecord r;
+  r.SetInt32(kA, 1);
+  r.SetRect(kB, {10, 0, 0, 5});
+  r.SetInt32(kA, 2);  // replaces, does not add
+  EXPECT_EQ(r.Count(), 2u);
+  EXPECT_EQ(r.AsInt32(kA), 2);
+  EXPECT_EQ(r.AsRect(kC, zRect(340, 340, 2, 2)), zRect(340, 340, 2, 2));
+  const std::uint32_t ids[3] = {kC, kB, kA};
+  const zVariable missing;
+  const zVariable* out[3] = {};
+  r.VariableGetList(ids, out, 3, &missing);
+  EXPECT_EQ(std::vector<const zVariable*>(out, out + 3),
+            (std::vector<const zVariable*>{&missing, r.Variable(kB), r.Variable(kA)}));
+  EXPECT_TRUE(r.Remove(kA));
+  EXPECT_FALSE(r.Remove(kA));
+  EXPECT_EQ(r.Variable(kA), nullptr);
+}
+
+// Runs `body(t)` on four threads at once.
+template <class Body>
+void on_four_threads(Body body) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) threads.emplace_back(body, t);
+  for (auto& th : threads) th.join();
+}
+
+TEST(zIDGenerator, IdsAreNonZeroAndUniqueAcrossThreads) {
+  std::vector<std::int32_t> got[4];
+  on_four_threads([&](int t) {
+    for (int i = 0; i < 5000; ++i) got[t].push_back(zIDGenerator::Generate('x'));
+  });
+  std::vector<std::int32_t> all;
+  for (auto& v : got) all.insert(all.end(), v.begin(), v.end());
+  std::sort(all.begin(), all.end());
+  EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end());
+  EXPECT_GT(all.front(), 0);
+}
+
+TEST(zCritical, IsRecursiveAndExcludesOtherThreads) {
+  auto lock = zCritical::Factory(1);
+  {
+    zAutoCritical outer(lock.get());
+    zAutoCritical inner(lock.get());  // same thread may enter again
+  }
+  int counter = 0;
+  on_four_threads([&](int) {
+    for (int i = 0; i < 10000; ++i) {
+      zAutoCritical guard(lock.get());
+      ++counter;
+    }
+  });
+  EXPECT_EQ(counter, 40000);
+}
+
+TEST(zStringID, RepeatedIdTakesTheNewName) {
+  zStringID* table = zStringID::Default();
+  EXPECT_EQ(table->Add(0x74737431, "first"), 0);
+  EXPECT_EQ(table->Add(0x74737431, "second"), 0);
+  EXPECT_EQ(table->Name(0x74737431), "second");
+  EXPECT_EQ(table->Find("second"), 0x74737431);
+  EXPECT_EQ(table->Add(0x74737432, nullptr), -1);
+}
+
+int g_destroyed = 0;
+class Counted : public xCUnknown {
+ protected:
+  ~Counted() override { ++g_destroyed; }
+};
+
+TEST(xCUnknown, LastReleaseDestroysAndLookupAddsAReference) {
+  auto* obj = new Counted;
+  void* out = nullptr;
+  EXPECT_EQ(obj->Concrete_QueryInterface("xCUnknown", &out), 0);
+  EXPECT_EQ(out, obj);
+  EXPECT_EQ(obj->Concrete_QueryInterface("other", &out), -1);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(obj->Concrete_Release(), 1);
+  EXPECT_EQ(g_destroyed, 0);
+  EXPECT_EQ(obj->Concrete_Release(), 0);
+  EXPECT_EQ(g_destroyed, 1);
+}
+
+std::vector<int> g_boot_order;
+void boot_dep() { g_boot_order.push_back(1); }
+void boot_main() {
+  zBoot::Depends(0x74646570, &boot_dep);
+  g_boot_order.push_back(2);
+}
+void shutdown_main() { g_boot_order.push_back(-2); }
+
+TEST(zBoot, BootsOnceEachDependenciesFirst) {
+  static const zBoot main_module(&boot_main, &shutdown_main, 0x746D6169);
+  static const zBoot dep_module(&boot_dep, nullptr, 0x74646570);
+  zBoot::BootAll();
+  zBoot::BootAll();
+  EXPECT_EQ(g_boot_order, (std::vector<int>{1, 2}));
+  zBoot::ShutdownAll();
+  EXPECT_FALSE(zBoot::IsBooted(0x746D6169));
+  EXPECT_EQ(g_boot_order.back(), -2);
+}
+
+}  // namespace
