@@ -10,6 +10,10 @@
 soObjectManager::soObjectManager() = default;
 
 soObjectManager::~soObjectManager() {
+  // Holders let go first, so that none of them reaches an object below.
+  std::vector<so_registry_holder*> holders;
+  holders.swap(holders_);
+  for (so_registry_holder* h : holders) h->gone(h->owner);
   std::vector<_so_object_map> doomed;
   doomed.swap(entries);
   for (const _so_object_map& entry : doomed) delete entry.object;
@@ -92,4 +96,17 @@ _so_object_map* soObjectManager::get_map(soObject* object) {
   const auto found = std::find_if(entries.begin(), entries.end(),
                                   [object](const _so_object_map& e) { return e.object == object; });
   return found != entries.end() ? &*found : nullptr;
+}
+
+std::int32_t soObjectManager::AttachHolder(so_registry_holder* holder) {
+  try {
+    holders_.push_back(holder);
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
+}
+
+void soObjectManager::DetachHolder(so_registry_holder* holder) {
+  std::erase(holders_, holder);
 }

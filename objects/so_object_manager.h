@@ -16,6 +16,14 @@
 
 class soTextureManager;
 
+// A holder of references in a registry that may outlive it (a scene): the
+// registry calls `gone(owner)` from its destructor, after which the holder
+// must not use the registry or the objects it held.
+struct so_registry_holder {
+  void (*gone)(void* owner);
+  void* owner;
+};
+
 // One registry entry.
 struct _so_object_map {
   std::int32_t references;  // holders; 1 when the entry is made
@@ -58,6 +66,11 @@ class SO3D_API soObjectManager {
   // Passes a device loss on to every registered object, in entry order.
   void ReleaseAllDeviceDependentResources();
 
+  // Holders to tell when this registry is destroyed first (scenes attach
+  // themselves when made and detach when destroyed). -1 when memory is short.
+  std::int32_t AttachHolder(so_registry_holder* holder);
+  void DetachHolder(so_registry_holder* holder);
+
  private:
   // Wraps `source` into a device-bound drawable that takes ownership of it.
   // Null when the drawable cannot be made; `source` then stays with the
@@ -70,4 +83,5 @@ class SO3D_API soObjectManager {
   _so_object_map* get_map(soObject* object);
 
   std::vector<_so_object_map> entries;  // insertion order
+  std::vector<so_registry_holder*> holders_;
 };

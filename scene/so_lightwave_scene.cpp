@@ -70,6 +70,12 @@ void soLightWaveScene::clear() {
   for (soObject* object : refs) ReleaseObject(object);
 }
 
+void soLightWaveScene::forget_objects() {
+  current_ = nullptr;
+  items_.clear();
+  object_refs_.clear();
+}
+
 so_scene_item* soLightWaveScene::item_at(std::int32_t index) const {
   if (index < 0 || static_cast<std::size_t>(index) >= items_.size()) return nullptr;
   return items_[static_cast<std::size_t>(index)].get();

@@ -58,6 +58,11 @@ class soLightWaveScene : public soScene {
   std::uint32_t LightCount() const { return static_cast<std::uint32_t>(lights_.size()); }
 
  private:
+  friend class soScene;
+  // Drops every object without giving references back: the registry that
+  // held them is being destroyed.
+  void forget_objects();
+
   // Scene-file reading (so_scene_file.cpp).
   void parse_line(const char* line, std::int32_t handedness);
   void load_object_layer(const char* line, std::int32_t handedness);

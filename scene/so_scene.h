@@ -13,6 +13,7 @@
 #include "base/so3d_export.h"
 #include "base/so_envelope.h"
 #include "base/so_records.h"
+#include "objects/so_object_manager.h"
 #include "scene/so_scene_item.h"
 
 class soObject;
@@ -125,8 +126,14 @@ class SO3D_API soScene {
   void set_build_object_eval(std::int32_t index, so_channel_eval fn);
   void map_subscene_screens(soScene& s, float t, so_screen_data* screens, std::int32_t count);
 
+  // Called by the object registry when it dies before this scene.
+  static void registry_gone(void* scene);
+
   soTextureManager& textures_;
   soObjectManager& objects_;
+  // Attached to objects_ while both live.
+  so_registry_holder registry_holder_{&soScene::registry_gone, this};
+  bool registry_alive_ = false;
   std::int32_t interpolations_ = 0;
   std::vector<std::unique_ptr<so_subscene>> subscenes_;
 };
