@@ -31,6 +31,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/so3dConfigVersion.cmake COM
 install(FILES ${CMAKE_BINARY_DIR}/so3dConfig.cmake ${CMAKE_BINARY_DIR}/so3dConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/so3d)
 
+# Relocatable: the files find the prefix from where they lie.
+file(RELATIVE_PATH so3d_pc_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 foreach(pc so3d so3d-gles)
   if(pc STREQUAL so3d OR TARGET so3d_gles)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
@@ -48,8 +50,9 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-# The runtime libraries, and the EGL and GLES headers that the device's
-# header needs, since the package also carries the development files.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libegl1, libgles2, libegl-mesa0, libgl1-mesa-dri, libegl-dev, libgles-dev")
+# The runtime libraries (a CPU rasteriser included, for machines without a
+# GPU), and the EGL and GLES headers that the device's header needs, since
+# the package also carries the development files.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "libc6, libstdc++6, libgcc-s1, libegl1, libgles2, libegl-mesa0, libgl1-mesa-dri, libegl-dev, libgles-dev")
 include(CPack)

@@ -1,7 +1,10 @@
 #pragma once
 // The umbrella header a host includes: every exported class, record and
-// function of the module.
+// function of the module, and the foundation classes a host boots the module
+// with (zBoot) and builds per-screen settings with (zRecord).
 #include "module/so_module.h"
+#include "platform/foundation/z_boot.h"
+#include "platform/foundation/z_record.h"
 
 // Scenes, their records and the per-screen settings.
 #include "base/so_envelope.h"

@@ -29,7 +29,9 @@ soD3DObjectManager::~soD3DObjectManager() {
 
 std::int32_t soD3DObjectManager::ObjectHandedness() const { return so_handedness_left; }
 
-soTextureManager& soD3DObjectManager::TextureManager() const {
+soTextureManager& soD3DObjectManager::TextureManager() const { return D3DTextureManager(); }
+
+soD3DTextureManager& soD3DObjectManager::D3DTextureManager() const {
   if (texture_manager != nullptr) return *texture_manager;
   static inert_texture_manager inert;
   return inert;

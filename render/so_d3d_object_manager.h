@@ -33,6 +33,9 @@ class SO3D_API soD3DObjectManager : public soObjectManager {
   // The device's texture manager. Should it not have been made (memory
   // short at construction), an inert manager that binds nothing stands in.
   soTextureManager& TextureManager() const override;
+  // The same manager with its Direct3D side, through which the host hands
+  // in each screen's texture (soD3DTextureManager::SetTexture).
+  soD3DTextureManager& D3DTextureManager() const;
 
   // Before a device reset: releases every drawable's vertex buffers, then
   // the antialiasing mask. Both are made again on demand.

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Checks the layering, then builds so3d twice (plain with warnings as errors,
 # and with AddressSanitizer + UndefinedBehaviorSanitizer) and runs the whole
-# test suite in both builds; the plain build's library is held to its
-# documented exports.
+# test suite in both builds. The plain build's library is held to its
+# documented exports, and its package is installed and built against as a
+# host would (scripts/test_install.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -19,4 +20,5 @@ for flavour in release asan; do
   echo "== tests: $flavour build"
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --test-dir "$dir" --output-on-failure -j "$jobs"
+  [ "$flavour" = release ] && bash scripts/test_install.sh "$dir"
 done
