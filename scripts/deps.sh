@@ -3,7 +3,7 @@
 # are already there are left alone; the package lists are refreshed only when
 # something is missing.
 set -euo pipefail
-packages=(cmake g++ ninja-build pkg-config python3 dpkg-dev libgtest-dev libgmock-dev libbenchmark-dev libstb-dev
+packages=(cmake g++ ninja-build pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev libstb-dev
           libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri "$@")
 missing=()
 for p in "${packages[@]}"; do

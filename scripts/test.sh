@@ -16,9 +16,9 @@ for flavour in release asan; do
   [ "$flavour" = release ] && extra=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DSO3D_WERROR=ON)
   cmake -S . -B "$dir" -G Ninja "${extra[@]}" >/dev/null
   cmake --build "$dir" -j "$jobs"
-  [ "$flavour" = release ] && bash scripts/check_exports.sh "$dir/libso3d.so"
+  if [ "$flavour" = release ]; then bash scripts/check_exports.sh "$dir/libso3d.so"; fi
   echo "== tests: $flavour build"
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --test-dir "$dir" --output-on-failure -j "$jobs"
-  [ "$flavour" = release ] && bash scripts/test_install.sh "$dir"
+  if [ "$flavour" = release ]; then bash scripts/test_install.sh "$dir"; fi
 done
