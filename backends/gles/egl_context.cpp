@@ -46,7 +46,7 @@ std::unique_ptr<EglContext> EglContext::Create(std::string* why) {
 
   if (get_platform_display && HasExtension(client, "EGL_MESA_platform_surfaceless")) {
     EGLDisplay d = get_platform_display(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-    if (d != EGL_NO_DISPLAY && context->Open(d, "surfaceless", &last)) return context;
+    if (d != EGL_NO_DISPLAY && context->Open(d, "surfaceless", EGL_NO_CONTEXT, &last)) return context;
   }
   auto query_devices = reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
   if (get_platform_display && query_devices && HasExtension(client, "EGL_EXT_platform_device")) {
@@ -55,16 +55,28 @@ std::unique_ptr<EglContext> EglContext::Create(std::string* why) {
     if (query_devices(8, devices, &count))
       for (EGLint i = 0; i < count; ++i) {
         EGLDisplay d = get_platform_display(EGL_PLATFORM_DEVICE_EXT, devices[i], nullptr);
-        if (d != EGL_NO_DISPLAY && context->Open(d, "device", &last)) return context;
+        if (d != EGL_NO_DISPLAY && context->Open(d, "device", EGL_NO_CONTEXT, &last)) return context;
       }
   }
   EGLDisplay d = eglGetDisplay(EGL_DEFAULT_DISPLAY);
-  if (d != EGL_NO_DISPLAY && context->Open(d, "default", &last)) return context;
+  if (d != EGL_NO_DISPLAY && context->Open(d, "default", EGL_NO_CONTEXT, &last)) return context;
   if (why) *why = last;
   return nullptr;
 }
 
-bool EglContext::Open(EGLDisplay display, const char* platform, std::string* why) {
+std::unique_ptr<EglContext> EglContext::CreateOn(EGLDisplay display, EGLContext share, std::string* why) {
+  std::unique_ptr<EglContext> context(new (std::nothrow) EglContext);
+  std::string reason = "no EGL display given";
+  if (context && display != EGL_NO_DISPLAY && context->Open(display, "host", share, &reason)) {
+    // The host gets its thread back as it had it.
+    if (context->Release()) return context;
+    reason = ErrorText("eglMakeCurrent (giving the host its context back)");
+  }
+  if (why) *why = context ? reason : "out of memory";
+  return nullptr;
+}
+
+bool EglContext::Open(EGLDisplay display, const char* platform, EGLContext share, std::string* why) {
   if (!Initialise(display)) {
     *why = ErrorText("eglInitialize");
     return false;
@@ -77,7 +89,12 @@ bool EglContext::Open(EGLDisplay display, const char* platform, std::string* why
     surface_ = EGL_NO_SURFACE;
     return false;
   };
+  const EGLenum api = eglQueryAPI();
   if (!eglBindAPI(EGL_OPENGL_ES_API)) return fail("eglBindAPI");
+  struct RestoreApi {
+    EGLenum api;
+    ~RestoreApi() { eglBindAPI(api); }
+  } restore{api};
 
   const EGLint config_attributes[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES3_BIT, EGL_SURFACE_TYPE, EGL_PBUFFER_BIT,
                                       EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_NONE};
@@ -89,7 +106,7 @@ bool EglContext::Open(EGLDisplay display, const char* platform, std::string* why
   if (configs == 0 && !HasExtension(extensions, "EGL_KHR_no_config_context")) return fail("eglChooseConfig");
 
   const EGLint context_attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 0, EGL_NONE};
-  context_ = eglCreateContext(display, configs ? config : EGLConfig(nullptr), EGL_NO_CONTEXT, context_attributes);
+  context_ = eglCreateContext(display, configs ? config : EGLConfig(nullptr), share, context_attributes);
   if (context_ == EGL_NO_CONTEXT) return fail("eglCreateContext");
 
   if (!HasExtension(extensions, "EGL_KHR_surfaceless_context")) {
@@ -110,14 +127,41 @@ bool EglContext::Open(EGLDisplay display, const char* platform, std::string* why
 
 EglContext::~EglContext() {
   if (display_ == EGL_NO_DISPLAY) return;
-  if (eglGetCurrentContext() == context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  Release();
   eglDestroyContext(display_, context_);
   if (surface_ != EGL_NO_SURFACE) eglDestroySurface(display_, surface_);
 }
 
 bool EglContext::MakeCurrent() {
-  if (eglGetCurrentContext() == context_) return true;
-  return eglMakeCurrent(display_, surface_, surface_, context_) == EGL_TRUE;
+  const EGLenum api = eglQueryAPI();
+  if (api != EGL_OPENGL_ES_API && !eglBindAPI(EGL_OPENGL_ES_API)) return false;
+  const EGLContext current = eglGetCurrentContext();
+  if (current == context_) return true;
+  const Binding before{api, eglGetCurrentDisplay(), eglGetCurrentSurface(EGL_DRAW), eglGetCurrentSurface(EGL_READ),
+                       current};
+  if (eglMakeCurrent(display_, surface_, surface_, context_) != EGL_TRUE) {
+    eglBindAPI(api);
+    return false;
+  }
+  previous_ = before;
+  return true;
+}
+
+bool EglContext::Release() {
+  const EGLenum api = eglQueryAPI();
+  if (api != EGL_OPENGL_ES_API) eglBindAPI(EGL_OPENGL_ES_API);
+  if (eglGetCurrentContext() != context_) {
+    eglBindAPI(api);
+    return true;
+  }
+  const Binding back = previous_;
+  previous_ = Binding{};
+  // Unbind first: where each client API has its own current context,
+  // binding the host's context back would leave this one current too.
+  bool ok = eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) == EGL_TRUE;
+  eglBindAPI(back.api);
+  if (back.context != EGL_NO_CONTEXT) ok = eglMakeCurrent(back.display, back.draw, back.read, back.context) && ok;
+  return ok;
 }
 
 }  // namespace so3d::gles

@@ -69,8 +69,13 @@ HRESULT GlesDevice::Create(const DeviceOptions& options, GlesDevice** out, std::
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
-  runtime->egl = EglContext::Create(why);
+  const bool hosted = options.display != EGL_NO_DISPLAY;
+  runtime->egl = hosted ? EglContext::CreateOn(options.display, options.share_context, why) : EglContext::Create(why);
   if (!runtime->egl) return E_FAIL;
+  if (!runtime->MakeCurrent()) {
+    if (why) *why = "eglMakeCurrent failed on the new context";
+    return E_FAIL;
+  }
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &runtime->max_texture_size);
   GLint max_renderbuffer = 0;
   glGetIntegerv(GL_MAX_RENDERBUFFER_SIZE, &max_renderbuffer);
@@ -81,6 +86,11 @@ HRESULT GlesDevice::Create(const DeviceOptions& options, GlesDevice** out, std::
   std::unique_ptr<GlesDevice> device(new (std::nothrow) GlesDevice(runtime, options.width, options.height));
   if (!device) return E_OUTOFMEMORY;
   if (const HRESULT hr = device->build(why); FAILED(hr)) return hr;
+  // A host gets its thread back as it had it.
+  if (hosted && FAILED(device->ReleaseContext())) {
+    if (why) *why = device->LastError();
+    return E_FAIL;
+  }
   *out = device.release();
   return D3D_OK;
 }
@@ -474,6 +484,41 @@ std::vector<std::uint8_t> GlesDevice::ReadPixels(PixelOrder order) {
   if (FAILED(ReadPixels(pixels.data(), std::size_t(width_) * 4, order))) pixels.clear();
   return pixels;
 }
+
+HRESULT GlesDevice::ReleaseContext() {
+  if (runtime_->egl->Release()) return D3D_OK;
+  last_error_ = "eglMakeCurrent could not give the thread its binding back";
+  return E_FAIL;
+}
+
+HRESULT GlesDevice::SetRenderTarget(GLuint texture) {
+  if (!runtime_->MakeCurrent()) {
+    last_error_ = "the device's context cannot be made current on this thread";
+    return E_FAIL;
+  }
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+  if (texture != 0 && glIsTexture(texture)) {
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE && glGetError() == GL_NO_ERROR)
+      return D3D_OK;
+    last_error_ = "the texture cannot be drawn into (not RGBA8, not the device's size, or not shared)";
+  } else if (texture != 0) {
+    last_error_ = "no such texture in a context shared with the device's";
+  }
+  glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colour_);
+  return texture == 0 ? D3D_OK : D3DERR_INVALIDCALL;
+}
+
+HRESULT GlesDevice::WrapTexture(GLuint texture, UINT width, UINT height, IDirect3DTexture9** out) {
+  GlesTexture* wrapped = nullptr;
+  const HRESULT hr = GlesTexture::Wrap(runtime_, texture, width, height, &wrapped);
+  if (out) *out = wrapped;
+  if (FAILED(hr)) last_error_ = "the texture cannot be wrapped (null, empty, or not shared with the device's context)";
+  return hr;
+}
+
+EGLDisplay GlesDevice::Display() const { return runtime_->egl->Display(); }
+EGLContext GlesDevice::Context() const { return runtime_->egl->Context(); }
 
 const GlCallCounts& GlesDevice::Counts() const { return runtime_->cache.Counts(); }
 void GlesDevice::ResetCounts() { runtime_->cache.ResetCounts(); }

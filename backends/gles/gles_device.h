@@ -1,7 +1,11 @@
 #pragma once
-// GlesDevice: an IDirect3DDevice9 over OpenGL ES 3, headless. It renders into
-// its own framebuffer (RGBA8 colour, 24-bit depth with stencil) of the size
-// it was made with, and hands the frame back with ReadPixels.
+// GlesDevice: an IDirect3DDevice9 over OpenGL ES 3. It renders into its own
+// framebuffer (RGBA8 colour, 24-bit depth with stencil) of the size it was
+// made with and hands the frame back with ReadPixels, or into a GL texture of
+// the host's (SetRenderTarget). It runs headless on a display it finds, or
+// inside a host on the host's EGL display with its own context sharing
+// objects with the host's, so that host textures become screens without a
+// copy (WrapTexture).
 //
 // It emulates the fixed-function subset the module drives: world, view and
 // projection transforms (Direct3D's row vectors, left-handed, depth 0 to 1,
@@ -20,7 +24,10 @@
 // Direct3D does. Draws need BeginScene; Clear does not.
 //
 // All calls on one thread at a time; the device makes its context current
-// on the calling thread when it needs GL.
+// on the calling thread when it needs GL, remembering what the thread had
+// bound. ReleaseContext after a frame gives the thread back as it was, so
+// that another thread may use the device next (streaming and teardown
+// threads differ in most hosts).
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +36,7 @@
 #include <vector>
 
 #include "backends/gles/device_state.h"
+#include "backends/gles/egl_context.h"
 #include "backends/gles/ffp_program.h"
 #include "backends/gles/gl_state_cache.h"
 #include "backends/state/ref_counted.h"
@@ -43,6 +51,11 @@ enum class PixelOrder { bgra, rgba };
 struct DeviceOptions {
   UINT width = 720;
   UINT height = 480;
+  // A host's initialised EGL display to make the device's context on, and
+  // the host context it shares objects with (EGL_NO_CONTEXT: none). With no
+  // display the device finds one of its own, headless.
+  EGLDisplay display = EGL_NO_DISPLAY;
+  EGLContext share_context = EGL_NO_CONTEXT;
 };
 
 class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
@@ -79,6 +92,27 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
 
   UINT Width() const { return width_; }
   UINT Height() const { return height_; }
+
+  // --- Inside a host ---
+  // Gives the calling thread back the EGL binding it had before the device
+  // took it (or none). E_FAIL when EGL refuses (LastError says why).
+  HRESULT ReleaseContext();
+  // Draws from now on into the host's GL texture `texture` (RGBA8, Width() ×
+  // Height(), from a context that shares objects with the device's); 0
+  // returns to the device's own framebuffer. The frame lands in GL's row
+  // order (the first row is the picture's bottom). D3DERR_INVALIDCALL when
+  // the texture cannot be drawn into (nothing changes then).
+  HRESULT SetRenderTarget(GLuint texture);
+  // The host's GL texture `texture` (RGBA, width × height, shared with the
+  // device's context) as a screen texture for soD3DTextureManager::SetTexture.
+  // The texture stays the host's: it is never written, locked or deleted,
+  // and must outlive the wrapper's last reference.
+  HRESULT WrapTexture(GLuint texture, UINT width, UINT height, IDirect3DTexture9** out);
+  // Why the last call that failed did, in words ("" before any failure).
+  const std::string& LastError() const { return last_error_; }
+  // The device's own context, for hosts that share with it the other way.
+  EGLDisplay Display() const;
+  EGLContext Context() const;
   // The frame, rows top to bottom, four bytes a pixel in `order`, rows
   // `pitch` bytes apart (at least Width() × 4). No allocation after the first call.
   HRESULT ReadPixels(std::uint8_t* out, std::size_t pitch, PixelOrder order);
@@ -116,6 +150,7 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   GLuint vertex_array_ = 0;
   GLuint samplers_[stage_count] = {};
   std::vector<std::uint8_t> readback_;
+  std::string last_error_;
 };
 
 }  // namespace so3d::gles

@@ -47,15 +47,30 @@ HRESULT GlesTexture::Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UI
   return D3D_OK;
 }
 
+HRESULT GlesTexture::Wrap(std::shared_ptr<GlesRuntime> runtime, GLuint name, UINT width, UINT height,
+                          GlesTexture** out) {
+  if (!out) return D3DERR_INVALIDCALL;
+  *out = nullptr;
+  if (!runtime || name == 0 || width == 0 || height == 0) return D3DERR_INVALIDCALL;
+  if (!runtime->MakeCurrent()) return E_FAIL;
+  if (!glIsTexture(name)) return D3DERR_INVALIDCALL;  // not shared with the device's context
+  std::unique_ptr<GlesTexture> texture(new (std::nothrow) GlesTexture(std::move(runtime), width, height));
+  if (!texture) return E_OUTOFMEMORY;
+  texture->name_ = name;
+  texture->owned_ = false;
+  *out = texture.release();
+  return D3D_OK;
+}
+
 GlesTexture::~GlesTexture() {
   if (name_ && runtime_->MakeCurrent()) {
     runtime_->cache.ForgetTexture(name_);
-    glDeleteTextures(1, &name_);
+    if (owned_) glDeleteTextures(1, &name_);
   }
 }
 
 HRESULT GlesTexture::LockRect(UINT level, D3DLOCKED_RECT* locked, const RECT* rect, DWORD flags) {
-  if (!locked || level != 0 || locked_) return D3DERR_INVALIDCALL;
+  if (!locked || level != 0 || locked_ || !owned_) return D3DERR_INVALIDCALL;
   RECT r{0, 0, LONG(width_), LONG(height_)};
   if (rect) {
     if (rect->left < 0 || rect->top < 0 || rect->left >= rect->right || rect->top >= rect->bottom ||

@@ -29,6 +29,10 @@ class GlesTexture final : public backend::RefCounted<IDirect3DTexture9> {
   static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UINT height, UINT levels,
                         D3DFORMAT format, GlesTexture** out);
 
+  // A host's GL texture, used as it is and never deleted; it cannot be
+  // locked (D3DERR_INVALIDCALL).
+  static HRESULT Wrap(std::shared_ptr<GlesRuntime> runtime, GLuint name, UINT width, UINT height, GlesTexture** out);
+
   // Level 0 only; `rect` (may be null: the whole texture) must lie inside
   // and not be empty. One lock at a time.
   HRESULT LockRect(UINT level, D3DLOCKED_RECT* locked, const RECT* rect, DWORD flags) override;
@@ -50,6 +54,7 @@ class GlesTexture final : public backend::RefCounted<IDirect3DTexture9> {
   UINT width_, height_;
   std::vector<std::uint8_t> texels_;
   GLuint name_ = 0;
+  bool owned_ = true;  // false for a host's texture
   bool locked_ = false;
   bool read_only_ = false;
   RECT lock_rect_{};
