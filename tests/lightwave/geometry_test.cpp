@@ -28,14 +28,11 @@ TEST(LightWaveGeometry, LayersPointsAndPolygonsLandWhereTheChunksSay) {
   auto file = LoadBytes(w.bytes());
   ASSERT_TRUE(file && file->layer_count == 2);
   const so_lwo_layer& first = *file->layers[0];
-  EXPECT_EQ(first.name, "base");
-  ASSERT_EQ(first.points.size(), 7u);
-  ASSERT_EQ(first.polygons.size(), 2u);
+  ASSERT_TRUE(first.name == "base" && first.points.size() == 7u && first.polygons.size() == 2u);
   std::vector<std::int32_t> corners;
   for (const so_lwo_corner& c : first.corners) corners.push_back(c.point);
   EXPECT_EQ(corners, (std::vector<std::int32_t>{4, 5, 6, 6, 5, 4}));
-  EXPECT_EQ(first.polygons[1].kind, zFourCC("PTCH"));
-  EXPECT_EQ(first.polygons[1].flags, 0x8000);
+  EXPECT_TRUE(first.polygons[1].kind == zFourCC("PTCH") && first.polygons[1].flags == 0x8000);
   EXPECT_EQ(file->layers[1]->parent, 7);
 
   file = LoadBytes(LwoWriter().points(kSquare).bytes() + "trailing bytes past the form");  // no LAYR
@@ -51,10 +48,9 @@ TEST(LightWaveGeometry, BoundsAndPolygonNormals) {
   ASSERT_NE(file, nullptr);
   const so_lwo_layer& layer = *file->layers[0];
   EXPECT_EQ(Vec(layer.bounds, 6), (std::vector<float>{0, 0, -1, 2, 1, 0}));
-  EXPECT_EQ(Vec(layer.polygons[0].normal), (std::vector<float>{0, 0, 1}));
-  EXPECT_EQ(Vec(layer.polygons[1].normal), (std::vector<float>{0, 0, -1}));
-  EXPECT_EQ(Vec(layer.polygons[2].normal), (std::vector<float>{0, 1, 0}));
-  EXPECT_EQ(Vec(layer.polygons[3].normal), (std::vector<float>{0, 0, 0}));  // two corners
+  std::vector<std::vector<float>> normals;  // the last polygon has two corners
+  for (const so_lwo_polygon& p : layer.polygons) normals.push_back(Vec(p.normal));
+  EXPECT_EQ(normals, (std::vector<std::vector<float>>{{0, 0, 1}, {0, 0, -1}, {0, 1, 0}, {0, 0, 0}}));
 
   file = LoadBytes(LwoWriter().points(kSquare).bbox({0, 0, 0}, {0, 0, 3}).bytes());  // one value set: kept
   ASSERT_NE(file, nullptr);
@@ -77,8 +73,7 @@ TEST(LightWaveGeometry, TagsBindSurfacesAndUnknownTagsGetOneDefaultEach) {
   auto file = LoadBytes(w.bytes());
   ASSERT_NE(file, nullptr);
   ASSERT_EQ(file->surface_count, 5);
-  EXPECT_EQ(file->surfaces[3]->name, "Missing");
-  EXPECT_EQ(file->surfaces[3]->glossiness.value, 0.4f);  // defaults
+  EXPECT_TRUE(file->surfaces[3]->name == "Missing" && file->surfaces[3]->glossiness.value == 0.4f);  // defaults
   std::vector<std::int32_t> surfaces;
   for (const so_lwo_polygon& p : file->layers[0]->polygons) surfaces.push_back(p.surface);
   EXPECT_EQ(surfaces, (std::vector<std::int32_t>{1, 3, 3, 4}));  // the first "Known"; one default, shared
@@ -149,8 +144,7 @@ TEST(LightWaveGeometry, PointPolygonListsAndMapReferences) {
   EXPECT_TRUE(so_lwo_point_map_refs(layer, 3).empty());
   // Polygon 1 is (0, 2, 3): its second corner (index 4 overall) names point 2.
   const auto corner_refs = so_lwo_corner_map_refs(layer, 4);
-  ASSERT_EQ(corner_refs.size(), 1u);
-  EXPECT_EQ(corner_refs[0].map, layer.maps[2].get());
+  EXPECT_TRUE(corner_refs.size() == 1u && corner_refs[0].map == layer.maps[2].get());
   EXPECT_EQ(layer.corner_map_refs.size(), 1u);  // the unmatched record is dropped
 }
 

@@ -37,9 +37,7 @@ inline WalkedObject WalkObject(const std::string& s) {
     for (int i = 0; i < n; ++i) v = (v << 8) | static_cast<unsigned char>(s.at(at + static_cast<std::size_t>(i)));
     return v;
   };
-  const auto index_length = [&](std::size_t at) -> std::size_t {
-    return static_cast<unsigned char>(s.at(at)) == 0xFF ? 4 : 2;
-  };
+  const auto index_length = [&](std::size_t at) -> std::size_t { return std::uint8_t(s.at(at)) == 0xFF ? 4 : 2; };
   const auto index = [&](std::size_t at) { return index_length(at) == 4 ? be(at + 1, 3) : be(at, 2); };
   const auto padded = [](const std::string& name) { return (name.size() + 2) & ~std::size_t{1}; };
   WalkedObject e;
@@ -51,9 +49,7 @@ inline WalkedObject WalkObject(const std::string& s) {
     const std::string id = s.substr(at, 4);
     const std::size_t size = be(at + 4, 4), data = at + 8;
     if (id == "LAYR" && e.layr_chunks++ > 0) {
-      e.points.push_back(0);
-      e.polygons.push_back(0);
-      tagged.emplace_back();
+      e.points.push_back(0), e.polygons.push_back(0), tagged.emplace_back();
     } else if (id == "PNTS") {
       e.points.back() += size / 12;
     } else if (id == "POLS") {
@@ -73,11 +69,10 @@ inline WalkedObject WalkObject(const std::string& s) {
       tag_offset = e.tags.size();
       for (std::size_t p = data; p < data + size; p += padded(e.tags.back())) e.tags.push_back(s.c_str() + p);
     } else if (id == "PTAG" && s.substr(data, 4) == "SURF") {
-      for (std::size_t p = data + 4; p < data + size;) {
+      for (std::size_t p = data + 4; p < data + size; p += index_length(p)) {
         const std::size_t polygon = index(p) + polygon_offset;
         p += index_length(p);
         tagged.back()[polygon] = static_cast<std::uint32_t>(index(p) + tag_offset);
-        p += index_length(p);
       }
     } else if (id == "SURF") {
       e.surf_names.push_back(s.c_str() + data);
@@ -95,9 +90,8 @@ inline WalkedObject WalkObject(const std::string& s) {
     at = data + size + (size & 1);
   }
   std::set<std::uint32_t> used;  // untagged polygons take tag 0
-  for (std::size_t l = 0; l < e.polygons.size(); ++l) {
+  for (std::size_t l = 0; l < e.polygons.size(); ++l)
     for (std::size_t p = 0; p < e.polygons[l]; ++p) used.insert(tagged[l].count(p) ? tagged[l][p] : 0);
-  }
   const std::set<std::string> named(e.surf_names.begin(), e.surf_names.end());
   e.surfaces = e.surf_names.size();
   if (e.tags.empty()) e.surfaces += used.empty() ? 0 : 1;

@@ -24,11 +24,18 @@ Body F4(std::string_view four, std::vector<float> v) {
 
 // One triangle on surface "Skin", and one SURF "Skin" chunk per list of
 // sub-chunks (only the first one is used).
-LwoFilePtr LoadSurfaces(const std::vector<std::vector<Body>>& surfaces) {
+std::string SurfacesFile(const std::vector<std::vector<Body>>& surfaces) {
   LwobWriter w;
   w.srfs({"Skin"}).points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).polygons({{{0, 1, 2}, 1, {}}});
   for (const auto& subs : surfaces) w.surface("Skin", [&](IffBytes& b) { for (const Body& sub : subs) sub(b); });
-  return LoadBytes(w.bytes());
+  return w.bytes();
+}
+LwoFilePtr LoadSurfaces(const std::vector<std::vector<Body>>& surfaces) { return LoadBytes(SurfacesFile(surfaces)); }
+
+// The kind of failure and the chunk it was found in.
+std::pair<read_error, std::uint32_t> Why(std::string_view bytes) {
+  const read_failure f = LoadFailure(bytes);
+  return {f.kind, f.chunk};
 }
 
 TEST(LightWaveOlder, OneLayerOfFacePolygonsWithDetailPolygons) {
@@ -62,20 +69,20 @@ TEST(LightWaveOlder, FixedPointByteAndFlagAttributes) {
   ASSERT_NE(file, nullptr);
   const so_lwo_surface& s = *file->surfaces[0];
   EXPECT_FLOAT_EQ(s.color.rgb[1], 0.5019608f);
-  EXPECT_EQ(s.diffuse.value, 0.80078125f);
   EXPECT_NEAR(s.glossiness.value, 0.2f, 1e-6f);
-  EXPECT_EQ(s.smoothing_angle, std::bit_cast<float>(0x3FC7F1E9u));
-  EXPECT_TRUE(s.sidedness == 3 && s.highlight_tint.value == 0.0f);
-  EXPECT_TRUE(s.luminosity.value == -1.0f && s.transparency.value == 0.125f);  // signed fixed point over 256
+  EXPECT_EQ(s.sidedness, 3);
+  // Fixed point over 256, signed.
+  EXPECT_EQ((std::vector<float>{s.diffuse.value, s.smoothing_angle, s.highlight_tint.value, s.luminosity.value,
+                                s.transparency.value}),
+            (std::vector<float>{0.80078125f, std::bit_cast<float>(0x3FC7F1E9u), 0, -1, 0.125f}));
 
   const so_lwo_surface& t = *file->surfaces[1];
-  EXPECT_EQ(t.diffuse.value, 0.8f);
-  EXPECT_EQ((std::vector<float>{t.highlight_tint.value, t.filter_tint.value, t.diffuse_sharpness.value,
-                                t.additive_transparency.value}),
-            (std::vector<float>{1.0f, 1.0f, 0.5f, 1.0f}));
-  EXPECT_TRUE(t.smoothing_angle == 0.0f && t.sidedness == 1);
-  EXPECT_EQ(t.glossiness.value, 0.0f);  // ln 0 has no value: a finite floor
-  EXPECT_EQ(t.reflection.value, 0.0f);  // VRFL is not read
+  // GLOS 0 has no logarithm: a finite floor. VRFL is not read.
+  EXPECT_EQ((std::vector<float>{t.diffuse.value, t.highlight_tint.value, t.filter_tint.value,
+                                t.diffuse_sharpness.value, t.additive_transparency.value, t.smoothing_angle,
+                                t.glossiness.value, t.reflection.value}),
+            (std::vector<float>{0.8f, 1, 1, 0.5f, 1, 0, 0, 0}));
+  EXPECT_EQ(t.sidedness, 1);
 }
 
 TEST(LightWaveOlder, TexturesComeFromTheirTextAndTakeTheSubchunksAfterThem) {
@@ -171,28 +178,31 @@ TEST(LightWaveOlder, EveryTruncationFailsAndCorruptionNeverCrashes) {
 TEST(LightWaveOlder, PointIndexesSurfaceNumbersAndMalformedRecords) {
   // Two surface names: the last valid values load, the first invalid fail;
   // without names there is one unnamed surface.
-  struct Case { std::uint16_t corner; std::int16_t surface; bool names, loads; };
-  for (const Case c : {Case{2, 2, true, true}, Case{3, 2, true, false}, Case{2, 3, true, false},
-                       Case{2, 0, true, false}, Case{2, -2, true, true}, Case{2, -3, true, false},
-                       Case{2, -32768, true, false}, Case{2, 1, false, true}, Case{2, 2, false, false}}) {
+  constexpr read_error ok = read_error::none, past = read_error::index_out_of_range;
+  struct Case { std::uint16_t corner; std::int16_t surface; bool names; read_error kind; };
+  for (const Case c : {Case{2, 2, true, ok}, Case{3, 2, true, past}, Case{2, 3, true, past}, Case{2, 0, true, past},
+                       Case{2, -2, true, ok}, Case{2, -3, true, past}, Case{2, -32768, true, past},
+                       Case{2, 1, false, ok}, Case{2, 2, false, past}}) {
     LwobWriter w;
     if (c.names) w.srfs({"A", "B"});
     w.points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).polygons({{{0, 1, c.corner}, c.surface, {}}});
-    EXPECT_EQ(LoadBytes(w.bytes()) != nullptr, c.loads) << c.corner << " " << c.surface << " " << c.names;
+    EXPECT_EQ(LoadFailure(w.bytes()).kind, c.kind) << c.corner << " " << c.surface << " " << c.names;
   }
-  const auto pols_loads = [](const Body& body) {
-    return LoadBytes(LwobWriter().points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).chunk("POLS", body).bytes()) != nullptr;
+  const auto pols = [](const Body& body) {
+    return Why(LwobWriter().points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).chunk("POLS", body).bytes());
   };
-  EXPECT_FALSE(pols_loads([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2); }));           // no surface number
-  EXPECT_FALSE(pols_loads([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2).u2(0xFFFF); }));  // no detail count
+  for (const Body& cut : {Body([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2); }),  // no surface number
+                          Body([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2).u2(0xFFFF); })})  // no detail count
+    EXPECT_EQ(pols(cut), std::pair(read_error::bad_chunk_size, zFourCC("POLS")));
   // The detail count (7 here, for one polygon) is skipped, not trusted.
-  EXPECT_TRUE(pols_loads([](IffBytes& b) {
-    b.u2(3).u2(0).u2(1).u2(2).u2(0xFFFF).u2(7).u2(3).u2(2).u2(1).u2(0).u2(1);
-  }));
+  EXPECT_EQ(pols([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2).u2(0xFFFF).u2(7).u2(3).u2(2).u2(1).u2(0).u2(1); }).first,
+            ok);
   // SDAT needs a SHDR before it in its own surface; empty texts and data are fine.
-  EXPECT_FALSE(LoadSurfaces({{Str("SHDR", "Glow")}, {U2("SDAT", 1)}}));
-  EXPECT_TRUE(LoadSurfaces({{Sub("CTEX", {}), Sub("SHDR", {}), Sub("SDAT", {})}}));
-  EXPECT_FALSE(LoadSurfaces({{Str("CTEX", "Planar Image Map"), F4("TVEL", {1, 0})}}));
+  const std::uint32_t surf = zFourCC("SURF");
+  EXPECT_EQ(Why(SurfacesFile({{Str("SHDR", "Glow")}, {U2("SDAT", 1)}})), std::pair(read_error::bad_chunk_size, surf));
+  EXPECT_EQ(Why(SurfacesFile({{Sub("CTEX", {}), Sub("SHDR", {}), Sub("SDAT", {})}})).first, ok);
+  EXPECT_EQ(Why(SurfacesFile({{Str("CTEX", "Planar Image Map"), F4("TVEL", {1, 0})}})),
+            std::pair(read_error::truncated, surf));
 }
 
 }  // namespace

@@ -11,8 +11,17 @@ namespace {
 
 using Body = std::function<void(IffBytes&)>;
 
+std::string ChunkFile(std::string_view id, const Body& body, std::optional<std::uint32_t> declared = {}) {
+  return LwoWriter().chunk(id, body, declared).points({{1, 1, 1}}).bytes();
+}
 LwoFilePtr WithChunk(std::string_view id, const Body& body, std::optional<std::uint32_t> declared = {}) {
-  return LoadBytes(LwoWriter().chunk(id, body, declared).points({{1, 1, 1}}).bytes());
+  return LoadBytes(ChunkFile(id, body, declared));
+}
+
+// The kind of failure and the chunk it was found in.
+std::pair<read_error, std::uint32_t> Why(std::string_view bytes) {
+  const read_failure f = LoadFailure(bytes);
+  return {f.kind, f.chunk};
 }
 
 // Loads a file that holds one surface and returns it (the file stays alive
@@ -47,14 +56,14 @@ TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn)
   EXPECT_TRUE(s->line.enabled == 1 && s->line.line_flags == 0);
   // A sub-chunk that reads more than its declared size fails the surface,
   // and so does a texture block whose attributes run past its end.
-  EXPECT_EQ(OneSurface(file, [](IffBytes& b) { b.begin_sub("COLR").f4(1).f4(1).f4(1).index(0).end_sub(4); }),
-            nullptr);
-  EXPECT_EQ(OneSurface(file, [](IffBytes& b) {
-              b.begin_sub("BLOK").sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
-              b.sub("PROJ", [](IffBytes& d) { d.u2(1); }).end_sub(14);  // PROJ ends 2 bytes past
-              b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
-            }),
-            nullptr);
+  for (const Body& overrun : {Body([](IffBytes& b) { b.begin_sub("COLR").f4(1).f4(1).f4(1).index(0).end_sub(4); }),
+                              Body([](IffBytes& b) {
+                                b.begin_sub("BLOK").sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
+                                b.sub("PROJ", [](IffBytes& d) { d.u2(1); }).end_sub(14);  // PROJ ends 2 bytes past
+                                b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
+                              })})
+    EXPECT_EQ(Why(LwoWriter().surface("Skin", overrun).bytes()),
+              std::pair(read_error::bad_chunk_size, zFourCC("SURF")));
   // The declared size (16) ends inside the DIFF sub-chunk's data: the
   // surface reads it whole, and reading goes on after it.
   file = WithChunk(
@@ -144,8 +153,8 @@ TEST(LightWaveClip, SourcesAndSubchunksThatMustEndExactlyAtTheChunkSize) {
     b.sub("CONT", [](IffBytes& d) { d.f4(2).index(0); });
   };
   // 4 + 12 + 12 = 28 bytes; a smaller declared size fails, unlike a surface.
-  EXPECT_EQ(WithChunk("CLIP", body, 26), nullptr);
-  EXPECT_EQ(WithChunk("CLIP", body, 18), nullptr);  // a 2-byte tail holds no sub-chunk
+  for (std::uint32_t declared : {26u, 18u})  // 18: a 2-byte tail holds no sub-chunk
+    EXPECT_EQ(Why(ChunkFile("CLIP", body, declared)), std::pair(read_error::bad_chunk_size, zFourCC("CLIP")));
   file = WithChunk("CLIP", body, 28);
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(file->clips[0]->contrast.value, 2.0f);
@@ -188,8 +197,9 @@ TEST(LightWaveEnvelope, KeysInTimeOrderWithSpanParametersByShape) {
   EXPECT_TRUE(keys[2]->value == 11.0f && keys[2]->bias == 0.3f && keys[2]->param[0] == 0.0f);
   EXPECT_TRUE(keys[3]->tension == 0.5f && keys[3]->continuity == 0.0f);
   // A span before any key, or a key past the declared size, fails.
-  EXPECT_EQ(WithChunk("ENVL", [&](IffBytes& b) { span(b.index(1), "TCB ", {0, 0, 0}); }), nullptr);
-  EXPECT_EQ(WithChunk("ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12), nullptr);
+  for (const std::string& bad : {ChunkFile("ENVL", [&](IffBytes& b) { span(b.index(1), "TCB ", {0, 0, 0}); }),
+                                 ChunkFile("ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12)})
+    EXPECT_EQ(Why(bad), std::pair(read_error::bad_chunk_size, zFourCC("ENVL")));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // texture coordinates and tiling, and the frame-sized overlay object.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -52,10 +53,10 @@ void ExpectCoords(const so_surface& s, const std::vector<UV>& expected) {
   ASSERT_NE(s.texcoords, nullptr);
   ASSERT_EQ(s.texcoords->count, static_cast<std::int32_t>(expected.size()));
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_NEAR(s.texcoords->uv[i].u, expected[i].u, 1e-6f) << "vertex " << i;
-    EXPECT_NEAR(s.texcoords->uv[i].v, expected[i].v, 1e-6f) << "vertex " << i;
+    const so_uv& uv = s.texcoords->uv[i];
+    EXPECT_TRUE(std::fabs(uv.u - expected[i].u) < 1e-6f && std::fabs(uv.v - expected[i].v) < 1e-6f) << "vertex " << i;
     if (s.interleaved != nullptr && i < static_cast<std::size_t>(so_interleaved_capacity(s))) {
-      EXPECT_TRUE(s.interleaved[i].uv0.u == s.texcoords->uv[i].u && s.interleaved[i].uv0.v == s.texcoords->uv[i].v);
+      EXPECT_TRUE(s.interleaved[i].uv0.u == uv.u && s.interleaved[i].uv0.v == uv.v);
     }
   }
 }
@@ -72,12 +73,10 @@ TEST(soObject, BuildsAlignedInterleavedVerticesAndRebuildsWithoutLeaking) {
   s.normal_count = 3;  // the fourth vertex gets a zero normal
   object.CreateInterleavedSurfaces();
   ASSERT_NE(s.interleaved, nullptr);
-  EXPECT_EQ(s.interleaved[1].position.y, 1.0f);
-  EXPECT_TRUE(s.interleaved[2].normal.z == -3.0f && s.interleaved[3].normal.z == 0.0f);
+  EXPECT_TRUE(s.interleaved[1].position.y == 1 && s.interleaved[2].normal.z == -3 && s.interleaved[3].normal.z == 0);
   s.vertices[0].x = -5;
   object.create_interleaved_surface(&s);  // the first block must be freed
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(s.interleaved) % 32, 0u);
-  EXPECT_EQ(s.interleaved[0].position.x, -5.0f);
+  EXPECT_TRUE(reinterpret_cast<std::uintptr_t>(s.interleaved) % 32 == 0u && s.interleaved[0].position.x == -5.0f);
   object.create_interleaved_surface(nullptr);
 }
 
@@ -157,8 +156,7 @@ TEST(GenerateTextureCoordinates, GrowsTheArrayButNeverWritesPastTheInterleavedBl
   s.vertex_count = 8;
   generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
   EXPECT_EQ(so_interleaved_capacity(s), 4);
-  EXPECT_NEAR(s.texcoords->uv[7].u, 1.0f, 1e-6f);
-  EXPECT_NEAR(s.interleaved[3].uv0.u, 3.0f / 7.0f, 1e-6f);
+  EXPECT_TRUE(std::fabs(s.texcoords->uv[7].u - 1) < 1e-6f && std::fabs(s.interleaved[3].uv0.u - 3.0f / 7) < 1e-6f);
 }
 
 TEST(soOverlayObject, MakesAFrameQuadInEitherWinding) {
@@ -178,8 +176,7 @@ TEST(soOverlayObject, MakesAFrameQuadInEitherWinding) {
     overlay.CreateSurface(720, 480, c.handedness);
     ASSERT_EQ(overlay.SurfaceCount(), 1);
     const so_surface& s = *overlay.SurfaceAt(0);
-    EXPECT_TRUE(so_surface_has_name(s, "One"));
-    ASSERT_EQ(s.vertex_count, 6);
+    ASSERT_TRUE(so_surface_has_name(s, "One") && s.vertex_count == 6);
     for (int i = 0; i < 6; ++i) {
       EXPECT_FLOAT_EQ(s.vertices[i].x, c.corners[i].u) << "vertex " << i;
       EXPECT_FLOAT_EQ(s.vertices[i].y, c.corners[i].v) << "vertex " << i;
