@@ -79,3 +79,39 @@ void resolve_beside_base(const char* name, zString& out, const char* base_path, 
   }
   out += leaf;
 }
+
+namespace {
+
+std::string with_slashes(std::string path) {
+  for (char& c : path)
+    if (c == '\\') c = '/';
+  return path;
+}
+
+std::string joined(const std::string& folder, const std::string& rest) {
+  if (folder.empty()) return rest;
+  return folder.back() == '/' ? folder + rest : folder + "/" + rest;
+}
+
+}  // namespace
+
+std::vector<std::string> resolve_in_content_folders(const char* name, const char* base_path,
+                                                    const std::string& content_dir, const char* kind) {
+  std::vector<std::string> out;
+  if (!name || !*name) return out;
+  const std::string relative = with_slashes(name);
+  // A drive-letter name ("C:Objects/x.lwo") is absolute elsewhere: only its leaf travels.
+  const bool foreign = relative.size() > 1 && relative[1] == ':';
+  const std::string leaf = relative.substr(relative.find_last_of('/') + 1);
+  if (base_path && !foreign && relative.front() != '/') {
+    const std::string base = with_slashes(base_path);
+    const std::size_t cut = base.find_last_of('/');
+    out.push_back(joined(cut == std::string::npos ? "" : base.substr(0, cut), relative));
+  }
+  if (!content_dir.empty()) {
+    const std::string content = with_slashes(content_dir);
+    if (!foreign && relative.front() != '/') out.push_back(joined(content, relative));
+    out.push_back(joined(joined(content, kind), leaf));
+  }
+  return out;
+}

@@ -6,6 +6,9 @@
 //
 // A rule that does not apply leaves `out` unchanged; callers pass an empty
 // string and treat an empty result as "no candidate".
+#include <string>
+#include <vector>
+
 #include "platform/foundation/z_fs_path.h"
 #include "platform/foundation/z_string.h"
 
@@ -29,3 +32,10 @@ void resolve_relative_to_base(const char* name, zString& out, const char* base_p
 // folder.
 void resolve_beside_base(const char* name, zString& out, const char* base_path,
                          const char* separator = zFSPath::DirectoryString());
+
+// Opt-in rules, tried after the ones above: `name` (either separator) read
+// relative to the folder of `base_path`, then to `content_dir`, then its
+// leaf in the `kind` folder of `content_dir` (the authoring convention:
+// Objects/, Images/). Only the rules that apply give a candidate.
+std::vector<std::string> resolve_in_content_folders(const char* name, const char* base_path,
+                                                    const std::string& content_dir, const char* kind);

@@ -150,7 +150,9 @@ void soLightWaveScene::LoadTextures() {
   soTextureManager& textures = TextureManager();
   for (std::uint32_t i = 0; i < textures.TextureCount(); ++i) {
     const std::int32_t id = textures.TextureIDAt(i);
-    if (id != 0) textures.OpenAndUploadTexture(id, path_);
+    if (id == 0) continue;
+    const bool found = textures.OpenAndUploadTexture(id, path_) == 0;
+    if (LoadOptions()) load_texture_elsewhere(id, found);
   }
 }
 

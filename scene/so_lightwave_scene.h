@@ -1,12 +1,15 @@
 #pragma once
 // soLightWaveScene: the scene that soScene::Factory makes, filled from a
 // LightWave scene file or by a transition. Objects and lights are numbered
-// by position; every item's channels are in world space.
+// by position; every item's channels are in world space. The class is not
+// exported: a host makes one with soScene::Factory and reaches it through
+// soScene and the inline operations below.
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "base/so_read_error.h"
+#include "scene/so_load_options.h"
 #include "scene/so_scene.h"
 
 class soLightWaveScene : public soScene {
@@ -55,6 +58,7 @@ class soLightWaveScene : public soScene {
   std::int32_t AddObject(soObject* object) override;
   std::int32_t AddLight() override;
 
+  // Lights: the range of LightVectors' `index`.
   std::uint32_t LightCount() const { return static_cast<std::uint32_t>(lights_.size()); }
 
  private:
@@ -64,8 +68,30 @@ class soLightWaveScene : public soScene {
   void forget_objects();
 
   // Scene-file reading (so_scene_file.cpp).
+  std::int32_t read_file(const char* path, std::int32_t handedness);
   void parse_line(const char* line, std::int32_t handedness);
   void load_object_layer(const char* line, std::int32_t handedness);
+  // Registers, loads and adds the object `name` as a new item; nothing is
+  // added when it does not load.
+  void add_object(const char* name, std::int32_t handedness, bool modern);
+
+  // The opt-in extensions and the load report (so_scene_extensions.cpp).
+  so_load_report* report() const;
+  // LoadObjectLayer with or without an item id, and LoadObject; names may
+  // hold spaces; more places are tried (scene folder, content folder).
+  void load_object_modern(const char* line, std::int32_t handedness);
+  // Loads `name` into `object` from the first candidate path that works and
+  // notes every try in `entry` (may be null). True when loaded.
+  bool load_from_candidates(soObject& object, const char* name, std::int32_t handedness, bool modern,
+                            so_report_object* entry);
+  void note_ignored(const char* line);
+  void note_screen(const so_scene_item* item, std::int32_t screen);
+  void resolve_item_id(const char* line);
+  void key_behaviours(const char* line);
+  void finish_report(so_load_report& report) const;
+  // After the faithful rules: the opt-in places for image `id` (unless
+  // `found` already), and its line in the report.
+  void load_texture_elsewhere(std::int32_t id, bool found);
   void key_pivot(const char* line);
   void key_channel(const char* line);
 
@@ -88,4 +114,7 @@ class soLightWaveScene : public soScene {
   std::unique_ptr<so_scene_item> camera_;
   bool loaded_ = false;
   so3d::read_failure read_failure_;
+  std::int32_t revision_ = 0;      // the file's second line
+  std::int32_t line_number_ = 0;   // of the line being parsed
+  std::int32_t report_object_ = -1;  // the report entry of the current item
 };

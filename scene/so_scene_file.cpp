@@ -30,6 +30,8 @@ enum class Keyword {
   kPivotPosition,
   kEnvelope,
   kKey,
+  kLoadObject,  // read only with the modern_files option
+  kBehaviors,   // read only with the modern_files option
   kNone,
 };
 
@@ -46,6 +48,7 @@ constexpr struct {
     {"NumChannels", Keyword::kNumChannels},         {"Channel", Keyword::kChannel},
     {"TargetItem", Keyword::kTargetItem},           {"PivotPosition", Keyword::kPivotPosition},
     {"Envelope", Keyword::kEnvelope},               {"Key", Keyword::kKey},
+    {"LoadObject ", Keyword::kLoadObject},          {"Behaviors", Keyword::kBehaviors},
 };
 
 Keyword match_keyword(const char* line) {
@@ -57,6 +60,24 @@ Keyword match_keyword(const char* line) {
 }  // namespace
 
 std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
+  so_load_report* report = LoadOptions() ? LoadOptions()->report : nullptr;
+  try {
+    if (report) {
+      *report = so_load_report{};
+      report->scene = path ? path : "";
+    }
+  } catch (const std::bad_alloc&) {
+    report = nullptr;
+  }
+  revision_ = 0;
+  line_number_ = 0;
+  report_object_ = -1;
+  const std::int32_t status = read_file(path, handedness);
+  if (report) finish_report(*report);
+  return status;
+}
+
+std::int32_t soLightWaveScene::read_file(const char* path, std::int32_t handedness) {
   using so3d::read_error;
   loaded_ = true;
   read_failure_ = {};
@@ -116,6 +137,7 @@ std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
     }
     line_[length] = '\0';
     const std::int32_t parsed_line = line;
+    line_number_ = line;
     for (; pos < size && (data[pos] == '\n' || data[pos] == '\r'); ++pos) {
       if (data[pos] == '\n' || pos + 1 == size || data[pos + 1] != '\n') ++line;
     }
@@ -132,18 +154,26 @@ std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
 void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
   while (*line == ' ' || *line == '\t' || *line == '{') ++line;
   so_scene_item* current = current_;
+  const bool modern = LoadOptions() && LoadOptions()->modern_files;
+  if (line_number_ == 2) revision_ = std::atoi(line);  // "LWSC", then the revision
   switch (match_keyword(line)) {
     case Keyword::kLoadObjectLayer:
-      load_object_layer(line, handedness);
+      if (modern) {
+        load_object_modern(line, handedness);
+      } else {
+        load_object_layer(line, handedness);
+      }
       break;
     case Keyword::kShowObject: {
       long unused = 0, screen = 0;
       if (!current) break;
       std::sscanf(line, "ShowObject %ld %ld", &unused, &screen);
       current->data.screen = static_cast<std::int32_t>(screen);
+      note_screen(current, current->data.screen);
       break;
     }
     case Keyword::kAddCamera:
+      if (so_load_report* r = report()) r->camera = true;
       current_ = camera_.get();
       for (auto& env : camera_->env) env.reset();
       break;
@@ -198,6 +228,7 @@ void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
       long target = 0;
       if (current && current == camera_.get() && std::sscanf(line, "TargetItem %ld", &target) == 1)
         camera_target_ = target < 0 ? -1 : static_cast<std::int32_t>(target > 0x7FFFFFFF ? 0x7FFFFFFF : target);
+      if (modern && current == camera_.get()) resolve_item_id(line);
       break;
     }
     case Keyword::kPivotPosition:
@@ -209,7 +240,19 @@ void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
     case Keyword::kKey:
       if (current && so_is_channel(current_channel_)) key_channel(line);
       break;
+    case Keyword::kLoadObject:
+      if (modern) {
+        load_object_modern(line, handedness);
+      } else {
+        note_ignored(line);
+      }
+      break;
+    case Keyword::kBehaviors:
+      if (modern && current && so_is_channel(current_channel_)) key_behaviours(line);
+      if (!modern) note_ignored(line);
+      break;
     case Keyword::kNone:
+      note_ignored(line);
       break;
   }
 }
@@ -236,31 +279,31 @@ void soLightWaveScene::load_object_layer(const char* line, std::int32_t handedne
   long layer = 0;
   char name[max_line_length + 2] = {};
   if (std::sscanf(line, "LoadObjectLayer %ld %1023s", &layer, name) < 2) name[0] = '\0';
+  add_object(name, handedness, false);
+}
 
+void soLightWaveScene::add_object(const char* name, std::int32_t handedness, bool modern) {
+  so_report_object* entry = nullptr;
+  if (so_load_report* r = report()) {
+    entry = &r->objects.emplace_back();
+    entry->line = line_number_;
+    entry->name = name;
+  }
+  report_object_ = -1;
   soObject* object = nullptr;
   if (FindObject(name, &object) != 0 || !object) return;
 
   auto item = std::make_unique<so_scene_item>();
   item->object = object;
   current_ = item.get();
-
-  zString beside;
-  resolve_beside_base(name, beside, path_);
-  zString common;
-  resolve_relative_to_base(name, common, path_);
-  const char* candidates[] = {beside.CString(), name, common.CString()};
-  bool loaded = false;
-  for (const char* candidate : candidates) {
-    if (candidate[0] != '\0' && object->LoadObject(candidate, handedness)) {
-      loaded = true;
-      break;
-    }
-  }
-  if (!loaded) {
+  if (!load_from_candidates(*object, name, handedness, modern, entry)) {
+    // Later revisions put an item id where the faithful reading wants a name.
+    if (entry && !modern && revision_ >= 4) entry->outcome = so_object_outcome::not_supported;
     current_ = nullptr;
     ReleaseObject(object);
     return;
   }
+  if (entry) report_object_ = static_cast<std::int32_t>(report()->objects.size() - 1);
   object_refs_.push_back(object);
   items_.push_back(std::move(item));
 }

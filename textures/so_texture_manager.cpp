@@ -85,6 +85,16 @@ std::int32_t soTextureManager::OpenAndUploadTexture(std::int32_t id, const char*
   }
 }
 
+const char* soTextureManager::TextureName(std::int32_t id) const {
+  const _ro_texture_entry* entry = find_entry(id);
+  return entry ? entry->name.CString() : nullptr;
+}
+
+std::int32_t soTextureManager::UploadTextureFrom(std::int32_t id, const char* path) {
+  if (!path || !find_entry(id)) return -1;
+  return make_bitmap(path, id) ? 0 : -1;
+}
+
 std::int32_t soTextureManager::UnloadAndDeleteTexture(std::int32_t id) {
   for (auto it = entries_.begin(); it != entries_.end(); ++it) {
     if ((*it)->id != id) continue;

@@ -5,7 +5,9 @@
 // device-specific manager.
 //
 // Reference counted: the maker holds the first reference and the last Release
-// destroys the manager. AddDecorTexture and get_texture_entry take the
+// destroys the manager (never delete it). Every scene made on the manager
+// holds a reference too, so it outlives the object registry that made it
+// while scenes remain. AddDecorTexture and get_texture_entry take the
 // registry's lock; every other operation expects one caller at a time.
 #include <cstdint>
 #include <memory>
@@ -38,6 +40,7 @@ class SO3D_API soTextureManager : public xCUnknown {
   // Every texture made from an image file is this many texels square.
   static constexpr std::int32_t file_texture_size = 256;
 
+  // Starts with one reference, the maker's.
   soTextureManager();
   soTextureManager(const soTextureManager&) = delete;
   // Takes a copy of the other registry's entries and multitexturing switch;
@@ -60,7 +63,11 @@ class SO3D_API soTextureManager : public xCUnknown {
   // exists (that entry keeps its name). Returns 0 either way, -1 only when
   // memory is short.
   virtual std::int32_t AddDecorTexture(const char* name, std::int32_t id);
+  // Answers "xCUnknown" with this manager and one reference added (0); -1
+  // with *out null for any other name.
   virtual std::int32_t QueryInterface(const char* iid, void** out);
+  // Both return the count after the change; Release destroys the manager
+  // when it reaches 0.
   virtual std::int32_t AddRef();
   virtual std::int32_t Release();
 
@@ -68,6 +75,7 @@ class SO3D_API soTextureManager : public xCUnknown {
   // same name twice gives two entries. 0, or -1 when `id` is null or memory
   // is short (nothing registered).
   std::int32_t AddTexture(const char* name, std::int32_t* id);
+  // Registered entries, whether or not their images are uploaded.
   std::uint32_t TextureCount() const;
   // Id of the entry at `index` in registration order; 0 past the end.
   std::int32_t TextureIDAt(std::uint32_t index);
@@ -76,14 +84,21 @@ class SO3D_API soTextureManager : public xCUnknown {
   // common-folder rule. 0 after the first success; -1 for an unknown id or
   // when neither candidate loads.
   std::int32_t OpenAndUploadTexture(std::int32_t id, const char* base_path);
+  // The name entry `id` was registered under; null for an unknown id.
+  const char* TextureName(std::int32_t id) const;
+  // Loads the image of entry `id` from `path` as it stands, for lookups
+  // beyond the two rules above (opt-in content folders). 0, or -1.
+  std::int32_t UploadTextureFrom(std::int32_t id, const char* path);
   // Frees the device texture of entry `id` and removes the entry. 0, or -1
   // for an unknown id.
   std::int32_t UnloadAndDeleteTexture(std::int32_t id);
-  // Whether drawables may bind a second texture stage; on when made.
+  // Whether drawables may bind a second texture stage (the antialiasing mask
+  // or a decor texture); on when made.
   void SetMultitexturingEnabled(bool enabled);
   bool MultitexturingEnabled() const;
 
  protected:
+  // Only the last Release destroys a manager.
   ~soTextureManager() override;
 
   // Device side, filled in by the derived manager.

@@ -1,35 +1,137 @@
-// so3d-info: boots the library as a host would and prints what it
-// registered.
+// so3d-info: what a file holds and what loading it did. With no file, boots
+// the library as a host would and prints what it registered.
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
 
+#include "backends/null/null_device.h"
 #include "module/so3d.h"
-#include "platform/foundation/z_boot.h"
+#include "objects/lightwave/so_lwo_file.h"
 #include "platform/foundation/z_string_id.h"
+#include "scene/so_load_options.h"
 
 namespace {
-void print_code(const char* label, std::uint32_t code) {
-  char text[5] = {char(code >> 24), char(code >> 16), char(code >> 8), char(code), 0};
-  std::printf("%-22s '%s' (0x%08X)\n", label, text, code);
-}
-}  // namespace
 
-int main() {
-  std::printf("so3d: before boot  soFrameWidth %.1f  soFrameHeight %.1f  so_fopen %s\n", soFrameWidth,
-              soFrameHeight, so_fopen ? "set" : "null");
+const char* const usage =
+    "usage: so3d-info [options] [FILE...]\n"
+    "  Scene files (.lws): every object line (where it was found, or every path tried, and why it\n"
+    "  did not load), images, ignored lines, lights and camera. Object files: layers, surfaces,\n"
+    "  bounds, or why the file does not load. No file: what the library registers at boot.\n"
+    "options:\n"
+    "  --faithful     read scenes as the faithful reader does (no later revisions, no content folder)\n"
+    "  --content DIR  content folder for object and image names (Objects/, Images/ under it)\n"
+    "  --help\n"
+    "examples:\n"
+    "  so3d-info fx/intro.lws\n"
+    "  so3d-info --content ~/effects fx/intro.lws cube.lwo\n"
+    "exit status: 0, 1 when a file does not load, 2 for bad arguments\n";
+
+std::string four(std::uint32_t code) { return {char(code >> 24), char(code >> 16), char(code >> 8), char(code)}; }
+
+void print_registrations() {
   zBoot::BootAll();
-  print_code("module code", so_module_code);
-  std::printf("%-22s %s\n", "booted", zBoot::IsBooted(so_module_code) ? "yes" : "no");
-  std::printf("%-22s %s\n", "so_fopen", so_fopen ? "zFileStream::os_fopen" : "null");
+  std::printf("module code 0x%08X '%s', booted %s\n", unsigned(so_module_code), four(so_module_code).c_str(),
+              zBoot::IsBooted(so_module_code) ? "yes" : "no");
   std::printf("settings-record names:\n");
   const std::uint32_t ids[] = {so_id_build_in_out, so_id_pos,        so_id_rot,       so_id_scale,
                                so_id_rot_off,      so_id_trans,      so_id_draw_mode, so_id_scroll_pos,
                                so_id_crop_rect,    so_id_border_decor};
-  for (std::uint32_t id : ids) {
-    const std::string name = zStringID::Default()->Name(static_cast<std::int32_t>(id));
-    char text[5] = {char(id >> 24), char(id >> 16), char(id >> 8), char(id), 0};
-    std::printf("  '%s' 0x%08X  %s\n", text, id, name.c_str());
+  for (std::uint32_t id : ids)
+    std::printf("  '%s' 0x%08X  %s\n", four(id).c_str(), id,
+                zStringID::Default()->Name(static_cast<std::int32_t>(id)).c_str());
+}
+
+bool print_object(const char* path) {
+  so3d::read_failure failure;
+  std::unique_ptr<so_lwo_file, void (*)(so_lwo_file*)> file(so_lwo_load(path, &failure), so_lwo_release);
+  if (!file) {
+    std::printf("%s: does not load: %s at byte %llu%s\n", path, so3d::describe(failure.kind),
+                static_cast<unsigned long long>(failure.offset),
+                failure.chunk ? (" in " + four(failure.chunk)).c_str() : "");
+    return false;
   }
+  std::printf("%s: %zu layers, %zu surfaces, %zu clips, %zu envelopes\n", path, file->layers.size(),
+              file->surfaces.size(), file->clips.size(), file->envelopes.size());
+  for (const auto& layer : file->layers) {
+    const float* b = layer->bounds;
+    std::printf("  layer \"%s\": %zu points, %zu polygons, bounds (%g %g %g) to (%g %g %g)\n", layer->name.c_str(),
+                layer->points.size(), layer->polygons.size(), b[0], b[1], b[2], b[3], b[4], b[5]);
+  }
+  for (const auto& surface : file->surfaces) {
+    if (!surface) continue;
+    const bool screen = surface->name == "One" || surface->name == "Two" || surface->name == "Three" ||
+                        surface->name == "Four";
+    const float* c = surface->color.rgb;
+    std::printf("  surface \"%s\": colour (%.3g %.3g %.3g)%s\n", surface->name.c_str(), c[0], c[1], c[2],
+                screen ? ", shows a screen" : "");
+  }
+  for (const auto& clip : file->clips)
+    if (clip) std::printf("  image %s\n", clip->file_name.c_str());
+  return true;
+}
+
+bool print_scene(const char* path, const so_load_options& base) {
+  so3d::backend::NullDevice* device = new so3d::backend::NullDevice;
+  bool ok = false;
+  {
+    soD3DObjectManager objects(device);
+    std::unique_ptr<soScene> scene(soScene::Factory(objects.TextureManager(), objects));
+    so_load_report report;
+    so_load_options options = base;
+    options.report = &report;
+    if (scene) {
+      scene->SetLoadOptions(&options);
+      const std::int32_t status = scene->Load(path, objects.ObjectHandedness());
+      if (status != 0) {
+        std::printf("%s: cannot read the scene file (%s)\n", path, so3d::describe(report.failure.kind));
+      } else {
+        scene->LoadTextures();
+        std::printf("%s%s\n", report.Details().c_str(), report.Summary().c_str());
+        for (const std::string& w : report.Warnings()) std::printf("warning: %s\n", w.c_str());
+        ok = report.Count(so_object_outcome::loaded) > 0;
+      }
+    }
+  }
+  device->Release();
+  return ok;
+}
+
+bool ends_with(const std::string& s, const char* suffix) {
+  const std::size_t n = std::strlen(suffix);
+  return s.size() >= n && strcasecmp(s.c_str() + s.size() - n, suffix) == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  so_load_options options;
+  options.modern_files = true;
+  std::vector<std::string> files;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--help" || arg == "-h") {
+      std::printf("%s", usage);
+      return 0;
+    } else if (arg == "--faithful") {
+      options.modern_files = false;
+    } else if (arg == "--content" && i + 1 < argc) {
+      options.content_dir = argv[++i];
+    } else if (!arg.empty() && arg[0] == '-') {
+      std::fprintf(stderr, "so3d-info: unknown option %s\n%s", arg.c_str(), usage);
+      return 2;
+    } else {
+      files.push_back(arg);
+    }
+  }
+  if (files.empty()) {
+    print_registrations();
+    return 0;
+  }
+  zBoot::BootAll();
+  bool all = true;
+  for (const std::string& f : files) all = (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str())) && all;
   zBoot::ShutdownAll();
-  return 0;
+  return all ? 0 : 1;
 }

@@ -117,6 +117,18 @@ struct so_lwo_file {
 so_lwo_file* so_lwo_load(const char* path);
 // The same, and on failure says why and where through `failure` (may be null).
 so_lwo_file* so_lwo_load(const char* path, so3d::read_failure* failure);
+namespace so3d::lwo {
+// What the latest so_lwo_load on this thread found, for load reports: why it
+// failed, or the points and polygons of the file it read.
+struct load_note {
+  std::uint64_t sequence = 0;  // counts the loads of this thread
+  read_failure failure;
+  std::int64_t points = 0;
+  std::int64_t polygons = 0;
+};
+const load_note& last_load();
+}  // namespace so3d::lwo
+
 // Releases a record from so_lwo_load; null is ignored.
 void so_lwo_release(so_lwo_file* file);
 

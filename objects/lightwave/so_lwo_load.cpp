@@ -68,7 +68,14 @@ std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
   return file;
 }
 
+load_note& last_note() {
+  thread_local load_note note;
+  return note;
+}
+
 }  // namespace
+
+const load_note& last_load() { return last_note(); }
 
 void append_envelope(so_lwo_file& file, std::unique_ptr<so_envelope> envelope) {
   so_envelope* added = envelope.get();
@@ -106,7 +113,15 @@ so_lwo_file* so_lwo_load(const char* path, so3d::read_failure* failure) {
     file = nullptr;
     r.failure.set(so3d::read_error::out_of_memory, r.chunk, r.position);
   }
-  if (failure) *failure = file ? so3d::read_failure{} : r.failure;
+  load_note& note = last_note();
+  note = load_note{note.sequence + 1, file ? so3d::read_failure{} : r.failure};
+  if (file) {
+    for (const auto& layer : file->layers) {
+      note.points += std::int64_t(layer->points.size());
+      note.polygons += std::int64_t(layer->polygons.size());
+    }
+  }
+  if (failure) *failure = note.failure;
   return file;
 }
 
