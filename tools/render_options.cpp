@@ -68,7 +68,15 @@ const char* Usage() {
          "  --out DIR           folder for frame_NNNN.png (.)\n"
          "  --sheet FILE        also write a contact sheet of all frames\n"
          "  --columns N         frames per row of the contact sheet (5)\n"
-         "  --background RRGGBB clear colour (000000)\n";
+         "  --background RRGGBB clear colour (000000)\n"
+         "  --content DIR       content folder for object and image names (Objects/, Images/ under it)\n"
+         "  --faithful          read scene files as a host with no load options does (no later\n"
+         "                      revisions, no scene or content folder lookups)\n"
+         "  --strict            stop with status 3 when a scene loads no object or none that shows a screen\n"
+         "Each scene's load is summarised on one line; so3d-info FILE.lws prints the details.\n"
+         "examples:\n"
+         "  so3d-render --frames 10 --out frames fx/flat.lws fx/card.lws\n"
+         "  so3d-render --screen 0=a.png --screen 1=b.jpg --sheet sheet.png A.lws B.lws\n";
 }
 
 bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::string& error) {
@@ -120,6 +128,13 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
     } else if (arg == "--background") {
       if (!value(v)) return false;
       if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB): " + std::string(v), false;
+    } else if (arg == "--content") {
+      if (!value(v)) return false;
+      o.content = v;
+    } else if (arg == "--faithful") {
+      o.faithful = true;
+    } else if (arg == "--strict") {
+      o.strict = true;
     } else if (!arg.empty() && arg[0] == '-') {
       return error = "unknown option " + arg, false;
     } else {

@@ -22,6 +22,9 @@ struct RenderOptions {
   int columns = 5;
   std::uint32_t background = 0xFF000000;  // A8R8G8B8
   std::vector<std::string> scenes;  // one or two
+  std::string content;   // content folder for object and image names
+  bool faithful = false; // read scenes exactly as a host with no load options does
+  bool strict = false;   // warnings about what a scene loaded end the run (status 3)
   bool help = false;
 };
 

@@ -14,6 +14,7 @@
 #include "platform/image/image_file.h"
 #include "render/so_d3d_object_manager.h"
 #include "render/so_d3d_scene_renderer.h"
+#include "scene/so_load_options.h"
 #include "scene/so_scene.h"
 #include "textures/so_d3d_texture_manager.h"
 #include "tools/png_output.h"
@@ -78,14 +79,32 @@ bool LoadPicture(GlesDevice& device, const std::string& path, Screen& out) {
   return true;
 }
 
-std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::string& path) {
+// Loads a scene with the tool's load options and says on one line what it
+// loaded. Null when the file cannot be read, or when --strict and the load
+// warrants a warning (`strict_failure` is set then).
+std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::string& path, const RenderOptions& o,
+                                   bool& strict_failure) {
   std::unique_ptr<soScene> scene(soScene::Factory(objects.TextureManager(), objects));
   if (!scene) return nullptr;
+  so_load_report report;
+  so_load_options options;
+  options.modern_files = !o.faithful;
+  options.content_dir = o.content;
+  options.report = &report;
+  scene->SetLoadOptions(&options);
   if (const std::int32_t status = scene->Load(path.c_str(), objects.ObjectHandedness()); status != 0) {
-    std::fprintf(stderr, "so3d-render: cannot load scene %s (error %d)\n", path.c_str(), int(status));
+    std::fprintf(stderr, "so3d-render: cannot read scene %s: %s\n", path.c_str(), so3d::describe(report.failure.kind));
     return nullptr;
   }
   scene->LoadTextures();
+  scene->SetLoadOptions(nullptr);
+  std::printf("%s\n", report.Summary().c_str());
+  const std::vector<std::string> warnings = report.Warnings();
+  for (const std::string& w : warnings) std::fprintf(stderr, "so3d-render: warning: %s\n", w.c_str());
+  if (o.strict && !warnings.empty()) {
+    strict_failure = true;
+    return nullptr;
+  }
   return scene;
 }
 
@@ -121,9 +140,10 @@ int Run(const RenderOptions& o) {
   for (int n = 0; n < screen_count; ++n) table[n] = {n, n + 1, nullptr, 0};
 
   std::vector<std::unique_ptr<soScene>> loaded;
+  bool strict_failure = false;
   for (const std::string& path : o.scenes) {
-    loaded.push_back(LoadScene(*objects, path));
-    if (!loaded.back()) return 1;
+    loaded.push_back(LoadScene(*objects, path, o, strict_failure));
+    if (!loaded.back()) return strict_failure ? 3 : 1;
   }
   soScene* drawn = loaded[0].get();
   std::unique_ptr<soScene> carrier;
@@ -132,8 +152,8 @@ int Run(const RenderOptions& o) {
     from = 0.0f;
     to = transition_duration;
     if (!o.nest.empty()) {
-      carrier = LoadScene(*objects, o.nest);
-      if (!carrier) return 1;
+      carrier = LoadScene(*objects, o.nest, o, strict_failure);
+      if (!carrier) return strict_failure ? 3 : 1;
       carrier->AddSubScene(loaded[0].get(), table, so_subscene_max_screens, o.time_a, loaded[1].get(), table,
                            so_subscene_max_screens, o.time_b);
     } else {
