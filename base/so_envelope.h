@@ -40,16 +40,19 @@ enum so_end_behaviour : std::int32_t {
 };
 inline constexpr bool so_is_channel(std::int32_t channel) { return channel >= 0 && channel < so_channel_count; }
 
+// One key of an envelope. The links belong to the envelope that stores the
+// key (see so_envelope::key_nodes); a copy passed to so_envelope_insert_key
+// needs none.
 struct so_envelope_key {
   so_envelope_key* next = nullptr;  // later key
   so_envelope_key* prev = nullptr;  // earlier key
   float value = 0.0f;
-  float time = 0.0f;
+  float time = 0.0f;        // seconds
   std::uint32_t shape = 0;  // shape of the span that ends at this key
-  float tension = 0.0f;
+  float tension = 0.0f;     // TCB terms of the span
   float continuity = 0.0f;
   float bias = 0.0f;
-  float param[4] = {0, 0, 0, 0};
+  float param[4] = {0, 0, 0, 0};  // Hermite and Bezier shape parameters, as the file stores them
 };
 
 // A plug-in reference read from an object file: a shader, an image or pixel
@@ -61,11 +64,13 @@ struct so_lwo_plugin_ref {
   std::vector<std::uint8_t> data;
 };
 
+// A keyed curve of one channel. Owns its keys; the list links and the
+// plug-in references are plain values.
 struct so_envelope {
   so_envelope* next = nullptr;  // links of an object file's envelope list
   so_envelope* prev = nullptr;
-  std::int32_t index = 0;
-  std::int32_t type = 0;
+  std::int32_t index = 0;  // the object file's envelope index
+  std::int32_t type = 0;   // the object file's TYPE value; 0 in scenes
   std::string name;
   so_envelope_key* keys = nullptr;  // first key; ascending time
   std::int32_t key_count = 0;
@@ -87,7 +92,7 @@ struct so_envelope {
 // links it and updates `keys` and `key_count`. Returns the stored key, or
 // null when memory is short.
 so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, const so_envelope_key& key);
-// Frees every key.
+// Frees every key and marks the (empty) envelope as ordered again.
 void so_envelope_clear_keys(so_envelope& env);
 
 // The value of a channel at a time; `item` is the scene item.

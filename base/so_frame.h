@@ -6,12 +6,15 @@
 #include "base/so3d_export.h"
 
 // The frame plane in scene units (7.2 × 4.8: a 720 × 480 output seen from
-// distance 10 with a 27-degree vertical field of view).
+// distance 10 with a 27-degree vertical field of view). Read wherever the
+// frame is needed, unlocked: change them only while no scene is being loaded
+// or drawn.
 extern SO3D_API float soFrameWidth;
 extern SO3D_API float soFrameHeight;
 
 // Opens files for the object readers; null until boot, then the foundation's
-// zFileStream::os_fopen.
+// zFileStream::os_fopen. A host may install its own after boot, under the
+// same rule as the frame plane.
 using so_fopen_fn = std::FILE* (*)(const char* path, const char* mode);
 extern SO3D_API so_fopen_fn so_fopen;
 

@@ -9,9 +9,16 @@
 // The module's four-character code, 'QVR_'.
 inline constexpr std::int32_t so_module_code = 0x5156525F;
 
+// Loading the library registers the module with zBoot under so_module_code;
+// the host boots it with zBoot::BootAll() once per process, before loading the
+// first scene, and may shut it down with zBoot::ShutdownAll().
 class SO3D_API soModule {
  public:
-  // Called once by the foundation's boot registry.
+  // Called once by the foundation's boot registry, not by the host: boots the
+  // foundation core first, registers the names of the settings-record ids
+  // (soObjectSettings::InitalizeRecordNames and 'border_decor') and installs
+  // the file-open hook so_fopen.
   static void Boot();
+  // Releases nothing: the module keeps no process-wide resources.
   static void Shutdown();
 };

@@ -15,18 +15,25 @@
 inline constexpr std::int32_t so_handedness_left = static_cast<std::int32_t>(zFourCC("lftH"));
 inline constexpr std::int32_t so_handedness_right = static_cast<std::int32_t>(zFourCC("rhtH"));
 
+// Objects that scenes draw are registered with an soObjectManager, which owns
+// them; a host deletes only objects it made and never registered.
 class SO3D_API soObject {
  public:
+  // Copies `name` (null gives "").
   explicit soObject(const char* name);
   soObject(const soObject&) = default;  // copies the name
   soObject& operator=(const soObject&) = default;
   virtual ~soObject();
 
-  // Draws nothing here.
+  // Draws the object on state.device, whose world transform the renderer has
+  // set. Draws nothing here.
   virtual void Draw(const so_drawing_state& state);
-  // Fails (false) for every path here.
+  // Reads the object's geometry from `path`, built for `handedness`; false
+  // when it cannot. Fails for every path here.
   virtual bool LoadObject(const char* path, std::int32_t handedness);
   virtual std::int32_t SurfaceCount() const = 0;
+  // The surface at `index`, owned by the object and valid while it lives;
+  // null when `index` is out of range.
   virtual so_surface* SurfaceAt(std::int32_t index) = 0;
   // Stores the scales and crop terms in the surface's coordinate cache, then
   // regenerates its coordinates with all nine arguments.
@@ -35,9 +42,11 @@ class SO3D_API soObject {
                                     float crop_top, float crop_right, float crop_bottom);
   // Leaves both outputs as passed here.
   virtual void GetBoundingBox(so_vector3& min, so_vector3& max);
-  // Nothing to release here.
+  // Drops what the object made on a device (before a device reset or
+  // change); it is made again on demand. Nothing to release here.
   virtual void ReleaseDeviceDependentResources();
 
+  // The name the registry finds the object by (FindObject).
   const zString& Name() const { return name; }
 
   // Builds the interleaved block of every surface, for objects whose

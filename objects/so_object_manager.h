@@ -17,14 +17,16 @@
 class soTextureManager;
 
 // A holder of references in a registry that may outlive it (a scene): the
-// registry calls `gone(owner)` from its destructor, after which the holder
-// must not use the registry or the objects it held.
+// registry calls `gone(owner)` from its destructor, before it destroys its
+// objects, after which the holder must not use the registry or the objects
+// it held (nor release them). The record is the holder's and must stay valid
+// while attached.
 struct so_registry_holder {
   void (*gone)(void* owner);
   void* owner;
 };
 
-// One registry entry.
+// One registry entry: the registry's own bookkeeping.
 struct _so_object_map {
   std::int32_t references;  // holders; 1 when the entry is made
   soObject* object;         // the registered drawable, owned by the registry
@@ -35,14 +37,18 @@ class SO3D_API soObjectManager {
   soObjectManager();
   soObjectManager(const soObjectManager&) = delete;
   soObjectManager& operator=(const soObjectManager&) = delete;
-  // Destroys every object still registered, whatever its count, in the
-  // order they were registered.
+  // Tells every attached holder, then destroys every object still
+  // registered, whatever its count, in the order they were registered.
   virtual ~soObjectManager();
 
   // The handedness code objects are built and loaded with.
   virtual std::int32_t ObjectHandedness() const = 0;
   // The registry that new objects register their images with.
   virtual soTextureManager& TextureManager() const = 0;
+
+  // Objects handed out (CreateDrawable, FindObject) belong to the registry:
+  // valid until their count drops to 0 or the registry is destroyed. Each
+  // reference a caller obtains is given back with ReleaseObject.
 
   // Wraps `source` into a drawable registered with one reference and writes
   // it to *out. On success the registry owns the drawable (which owns
@@ -67,8 +73,10 @@ class SO3D_API soObjectManager {
   void ReleaseAllDeviceDependentResources();
 
   // Holders to tell when this registry is destroyed first (scenes attach
-  // themselves when made and detach when destroyed). -1 when memory is short.
+  // themselves when made and detach when destroyed). The registry keeps the
+  // pointer, not a copy. 0, or -1 when memory is short (not attached).
   std::int32_t AttachHolder(so_registry_holder* holder);
+  // Forgets `holder`; one never attached is ignored.
   void DetachHolder(so_registry_holder* holder);
 
  private:

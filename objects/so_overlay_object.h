@@ -2,7 +2,9 @@
 // soOverlayObject: flat rectangles in the plane z = 0, centred on the
 // origin, each a screen surface named "One". Made by the host, which adds
 // surfaces with CreateSurface and may hand the object to the registry for a
-// device-bound drawable. The object owns its surfaces and all their blocks.
+// device-bound drawable (soObjectManager::CreateDrawable, which then owns
+// it; a scene takes it with AddObject). The object owns its surfaces and all
+// their blocks.
 #include <cstdint>
 #include <vector>
 
@@ -22,6 +24,7 @@ class SO3D_API soOverlayObject : public soObject {
   // The rectangle of the last surface made: (-w/2, -h/2, 0) to (w/2, h/2, 0);
   // all zeros before the first.
   void GetBoundingBox(so_vector3& min, so_vector3& max) override;
+  // True: tells overlays from objects read from files.
   virtual bool IsOverlayObject() const;
 
   // Appends a width x height rectangle, sizes in hundredths of a world unit

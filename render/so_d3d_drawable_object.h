@@ -34,6 +34,7 @@ class SO3D_API soD3DDrawableObject : public soDrawableObject {
 
   // Takes ownership of `wrapped` (see soDrawableObject). `textures` may be
   // null: then nothing is textured and screen surfaces are not drawn.
+  // soD3DObjectManager makes one for every object it registers.
   soD3DDrawableObject(soObject* wrapped, soD3DTextureManager* textures);
   soD3DDrawableObject(const soD3DDrawableObject&) = delete;
   soD3DDrawableObject& operator=(const soD3DDrawableObject&) = delete;

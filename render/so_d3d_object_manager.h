@@ -7,7 +7,8 @@
 // drawables use it; the manager takes no reference on it. Non-copyable: a
 // copy would share the registry's drawables and the texture manager without
 // owning them. Not locked: one caller at a time, on the thread that owns
-// the device.
+// the device. Scenes made on it may be destroyed before or after it; the
+// device goes after both.
 #include <cstdint>
 
 #include "base/so3d_export.h"
@@ -18,14 +19,17 @@ class soD3DTextureManager;
 
 class SO3D_API soD3DObjectManager : public soObjectManager {
  public:
-  // Makes the texture manager for `device` and holds its first reference.
+  // Makes the texture manager for `device` (may be null: nothing is made or
+  // bound) and holds its first reference.
   explicit soD3DObjectManager(IDirect3DDevice9* device);
   soD3DObjectManager(const soD3DObjectManager&) = delete;
   soD3DObjectManager& operator=(const soD3DObjectManager&) = delete;
-  // Gives up the texture manager's reference (it lives on while others hold
-  // one), then destroys the registered drawables.
+  // Gives up the texture manager's reference (it lives on while scenes or
+  // others hold one), then tells the attached scenes and destroys the
+  // registered drawables.
   ~soD3DObjectManager() override;
 
+  // The device in use; no reference is added.
   IDirect3DDevice9* Device() const { return device; }
   // 'lftH': Direct3D's left-handed coordinates. The host passes it to a
   // scene's Load so that objects are built to match this device.

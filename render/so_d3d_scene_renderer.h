@@ -27,7 +27,10 @@ class SO3D_API soD3DSceneRenderer : public soSceneRenderer {
   // contains itself cannot recurse without end.
   static constexpr std::uint32_t max_nesting = 8;
 
+  // Draws on `device` (may be null), which the host keeps alive while the
+  // renderer uses it.
   explicit soD3DSceneRenderer(IDirect3DDevice9* device);
+  // Touches neither the device nor any scene.
   ~soD3DSceneRenderer() override;
 
   // Replaces the device; sets no state on it.

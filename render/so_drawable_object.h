@@ -20,6 +20,7 @@ class SO3D_API soDrawableObject : public soObject {
 
   // Draws nothing here.
   void Draw(const so_drawing_state& state) override;
+  // Forwarded to the wrapped object.
   bool LoadObject(const char* path, std::int32_t handedness) override;
   std::int32_t SurfaceCount() const override;
   so_surface* SurfaceAt(std::int32_t index) override;
@@ -30,6 +31,7 @@ class SO3D_API soDrawableObject : public soObject {
   // Nothing to release here; the wrapped object keeps its own resources.
   void ReleaseDeviceDependentResources() override;
 
+  // The wrapped object, still owned by the drawable; may be null.
   soObject* Wrapped() const { return wrapped.get(); }
 
  private:

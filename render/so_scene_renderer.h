@@ -34,8 +34,12 @@ class SO3D_API soSceneRenderer {
   virtual void Initalize(std::int32_t width, std::int32_t height) = 0;
   // Keeps the projection in step with the output size.
   virtual void UpdateProjectionSize(std::int32_t width, std::int32_t height) = 0;
-  // Draws one frame of `scene` (null draws nothing) at `time`. `viewMatrix`
-  // is null or a D3DMATRIX used as the view instead of the scene's camera.
+  // Draws one frame of `scene` (null draws nothing) at `time`. `screens`
+  // (`screenCount` entries; may be null) give each object its picture and
+  // settings record. `duration` is the transition's length, which places
+  // nested sub-scenes. `drawingFunctions` may be null; pass 0 for
+  // `reserved`. `viewMatrix` is null or a D3DMATRIX used as the view instead
+  // of the scene's camera. Nothing is kept after the call.
   virtual void Draw(soScene* scene, const so_screen_data* screens, std::int32_t screenCount, float time,
                     float duration, std::uint32_t flags, soXIDrawingFunctions* drawingFunctions,
                     std::int32_t reserved, void* viewMatrix) = 0;

@@ -1,6 +1,8 @@
 #pragma once
 // Per-screen settings records: the variable ids the module reads, the holder
-// class a host may use, and how a record changes an item's transform.
+// class a host may use, and how a record changes an item's transform. The
+// host owns its records and passes them in so_screen_data; the module only
+// reads them, during the call that receives them.
 #include <cstdint>
 
 #include "base/so3d_export.h"
@@ -20,10 +22,21 @@ inline constexpr std::uint32_t so_id_scroll_pos = zFourCC("soFP");    // registe
 inline constexpr std::uint32_t so_id_crop_rect = zFourCC("soCR");     // rect
 inline constexpr std::uint32_t so_id_border_decor = zFourCC("soBD");  // int32
 
+// so_id_build_in_out: left and right are the direction and effects of the
+// build in, top and bottom those of the build out. Directions (where the
+// object comes from or leaves to; combinable): 0x10 left, 0x40 right, 0x100
+// top, 0x4 bottom. Effects: 0x8 grow (double scale), 0x4 spin, 0x2 fade,
+// 0x10 ease.
+//
+// so_id_border_decor: the host's decor id for the soft frame on texture
+// stage 1 (soXIOGLDrawingFunctions::GetDecorTexture); 0 or absent gives the
+// antialiasing mask.
+
 // The build rectangle used when a record lacks obj_build_in_out.
 inline constexpr zRect so_default_build_rect{340, 340, 2, 2};
 
-// A holder of one settings record pointer; never owns the record.
+// A holder of one settings record pointer; never owns the record, which must
+// outlive the holder's use of it.
 class SO3D_API soObjectSettings {
  public:
   soObjectSettings() = default;
@@ -33,11 +46,14 @@ class SO3D_API soObjectSettings {
   soObjectSettings& operator=(const soObjectSettings&) = default;
   virtual ~soObjectSettings() = default;
 
+  // The record held; null when none.
   virtual zRecord* Record() const { return record_; }
+  // The record held; only when there is one.
   zRecord& operator()() const { return *record_; }
   void SetRecord(zRecord* record) { record_ = record; }
 
   // Registers the names of the settings variables with zStringID::Default().
+  // Boot does so; hosts need not.
   static void InitalizeRecordNames();
 
  private:

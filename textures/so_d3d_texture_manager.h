@@ -48,14 +48,20 @@ class SO3D_API soD3DTextureManager : public soTextureManager {
   static constexpr std::int32_t mask_height = 480;
 
   // Stores `device` (which may be null: then nothing can be made or bound).
+  // The device must outlive the manager, whose last Release frees the
+  // textures it made there. A host normally reaches the manager through
+  // soD3DObjectManager::D3DTextureManager rather than making one.
   explicit soD3DTextureManager(IDirect3DDevice9* device);
   soD3DTextureManager(const soD3DTextureManager&) = delete;
   soD3DTextureManager& operator=(const soD3DTextureManager&) = delete;
 
   // Hands in the texture that currently shows `screen` for objects of
-  // `slot`. Updates the record of the slot (or reuses a record freed by
+  // `slot`, with how to read its alpha, its picture size in pixels and the
+  // part of the texture the picture covers (1, 1: all of it); no reference
+  // is taken. Updates the record of the slot (or reuses a record freed by
   // UnbindAll, or makes one) and copies it into the screen table. A screen
   // outside 0 to 5 has no table entry: only the slot record is updated.
+  // When memory is short for a new record, only the screen table is.
   void SetTexture(std::int32_t slot, std::int32_t screen, IDirect3DTexture9* texture, so_alpha_type alpha,
                   std::int32_t width, std::int32_t height, float u_extent, float v_extent);
 

@@ -46,9 +46,12 @@ namespace so3d::gles {
 
 struct GlesRuntime;
 
+// Byte order of ReadPixels' pixels.
 enum class PixelOrder { bgra, rgba };
 
+// How Create makes a device.
 struct DeviceOptions {
+  // The frame in pixels: the framebuffer's size and SetRenderTarget's.
   UINT width = 720;
   UINT height = 480;
   // A host's initialised EGL display to make the device's context on, and
@@ -60,9 +63,14 @@ struct DeviceOptions {
 
 class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
  public:
-  // A device with one reference. E_FAIL when no ES 3 context can be made
-  // (then `why`, which may be null, says why), D3DERR_INVALIDCALL for a zero
-  // or too large size.
+  // A device with one reference, the caller's: the last Release destroys it
+  // (never delete it). Textures and buffers it made keep its context alive
+  // until they are released too; the context goes with the thread's binding
+  // given back. A headless device leaves its context current on the calling
+  // thread; one inside a host gives the thread back as it was. E_FAIL when
+  // no ES 3 context can be made (then `why`, which may be null, says why),
+  // D3DERR_INVALIDCALL for a null `out` or a zero or too large size,
+  // E_OUTOFMEMORY; *out is null on failure.
   static HRESULT Create(const DeviceOptions& options, GlesDevice** out, std::string* why = nullptr);
 
 
@@ -90,6 +98,7 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   HRESULT SetStreamSource(UINT StreamNumber, IDirect3DVertexBuffer9* pStreamData, UINT OffsetInBytes,
                           UINT Stride) override;
 
+  // The size the device was made with.
   UINT Width() const { return width_; }
   UINT Height() const { return height_; }
 
@@ -100,25 +109,38 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   // Draws from now on into the host's GL texture `texture` (RGBA8, Width() ×
   // Height(), from a context that shares objects with the device's); 0
   // returns to the device's own framebuffer. The frame lands in GL's row
-  // order (the first row is the picture's bottom). D3DERR_INVALIDCALL when
-  // the texture cannot be drawn into (nothing changes then).
+  // order (the first row is the picture's bottom). The texture stays the
+  // host's. D3DERR_INVALIDCALL when the texture cannot be drawn into: the
+  // device then draws into its own framebuffer. E_FAIL when the context
+  // cannot be made current.
   HRESULT SetRenderTarget(GLuint texture);
   // The host's GL texture `texture` (RGBA, width × height, shared with the
-  // device's context) as a screen texture for soD3DTextureManager::SetTexture.
-  // The texture stays the host's: it is never written, locked or deleted,
-  // and must outlive the wrapper's last reference.
+  // device's context) as a screen texture for soD3DTextureManager::SetTexture,
+  // written to *out with one reference, the caller's (Release it). The
+  // texture stays the host's: it is never written, locked or deleted, and
+  // must outlive the wrapper's last reference. D3DERR_INVALIDCALL for a zero
+  // name or size or a texture the context cannot see, E_FAIL when the
+  // context cannot be made current, E_OUTOFMEMORY; *out is null then.
   HRESULT WrapTexture(GLuint texture, UINT width, UINT height, IDirect3DTexture9** out);
-  // Why the last call that failed did, in words ("" before any failure).
+  // Why the last failed ReleaseContext, SetRenderTarget or WrapTexture did,
+  // in words ("" before any failure); the Direct3D calls answer with their
+  // HRESULT only.
   const std::string& LastError() const { return last_error_; }
-  // The device's own context, for hosts that share with it the other way.
+  // The display the device runs on (the host's when given) and its own
+  // context, for hosts that share with it the other way.
   EGLDisplay Display() const;
   EGLContext Context() const;
   // The frame, rows top to bottom, four bytes a pixel in `order`, rows
-  // `pitch` bytes apart (at least Width() × 4). No allocation after the first call.
+  // `pitch` bytes apart (at least Width() × 4). No allocation after the first
+  // call. D3DERR_INVALIDCALL for a null `out` or a short pitch, E_FAIL when
+  // GL fails, E_OUTOFMEMORY.
   HRESULT ReadPixels(std::uint8_t* out, std::size_t pitch, PixelOrder order);
-  // Convenience: the whole frame as one tightly packed block.
+  // Convenience: the whole frame as one tightly packed block; empty on
+  // failure.
   std::vector<std::uint8_t> ReadPixels(PixelOrder order);
 
+  // Diagnostics: the state the Set* calls stored, and the GL calls made
+  // since the last ResetCounts (by the device and what it made).
   const DeviceState& State() const { return state_; }
   const GlCallCounts& Counts() const;
   void ResetCounts();

@@ -14,6 +14,8 @@ class xIUnknown {
   // Looks up the interface `name`; on success writes it (with a reference
   // added) to *out and returns 0, else writes null and returns -1.
   virtual std::int32_t QueryInterface(const char* name, void** out) = 0;
+  // Each returns the new count; Release destroys the object at 0. The
+  // module ignores the results.
   virtual std::int32_t AddRef() = 0;
   virtual std::int32_t Release() = 0;
 
@@ -34,6 +36,9 @@ class Z_API xCUnknown {
   // and fall back to this one.
   virtual std::int32_t Concrete_QueryInterface(const char* name, void** out);
 
+  // The count after the change; Concrete_Release deletes the object when it
+  // reaches 0. The count is atomic: any thread may add or drop references,
+  // as long as the object's other operations keep their own rules.
   std::int32_t Concrete_AddRef();
   std::int32_t Concrete_Release();
   std::int32_t ReferenceCount() const { return refs_.load(std::memory_order_acquire); }

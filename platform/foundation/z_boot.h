@@ -2,7 +2,8 @@
 #include "platform/foundation/z_export.h"
 // zBoot: the registry of modules to boot. A module registers itself with a
 // static zBoot object; the host calls zBoot::BootAll() once it is ready, and
-// every registered module boots once, its dependencies first.
+// every registered module boots once, its dependencies first. The registry
+// is locked: any thread may call these, though a host boots from one.
 #include <cstdint>
 
 class Z_API zBoot {
@@ -10,6 +11,8 @@ class Z_API zBoot {
   using BootFn = void (*)();
   using ShutdownFn = void (*)();
 
+  // Registers module `code` with its functions (either may be null); a code
+  // already registered keeps its first registration.
   zBoot(BootFn boot, ShutdownFn shutdown, std::int32_t code);
   zBoot(const zBoot&) = delete;
   zBoot& operator=(const zBoot&) = delete;
@@ -24,6 +27,7 @@ class Z_API zBoot {
   static void ShutdownAll();
 
   static bool IsRegistered(std::int32_t code);
+  // True from the module's boot until ShutdownAll.
   static bool IsBooted(std::int32_t code);
 };
 

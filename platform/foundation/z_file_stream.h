@@ -1,7 +1,8 @@
 #pragma once
 #include "platform/foundation/z_export.h"
 // zFileStream: a whole-file reader. The module opens a file, reads it in one
-// go into a zBuffer, and parses from memory.
+// go into a zBuffer, and parses from memory. One caller at a time per
+// stream.
 #include <cstdint>
 #include <cstdio>
 #include <vector>
@@ -37,17 +38,26 @@ class Z_API zFileStream {
   // Files larger than this are refused by ReadAll rather than allocated.
   static constexpr std::uint64_t kMaxReadAll = std::uint64_t(1) << 31;
 
+  // Copies `path`; opens nothing yet. `create_folders` is not used on this
+  // platform.
   zFileStream(const zString& path, std::int32_t mode, bool create_folders);
+  // Closes the file.
   ~zFileStream();
   zFileStream(const zFileStream&) = delete;
   zFileStream& operator=(const zFileStream&) = delete;
 
+  // Opens the file (closing one open before): 0, kErrNotFound for a missing
+  // file read, kErrNotOpen for a folder or a refused open.
   std::int32_t Open();
-  // Reads from the start to the end of the file into `out` (replacing it).
+  // Reads from the start to the end of the file into `out` (replacing it;
+  // left empty on failure). 0, kErrNotOpen, kErrRead, kErrTooLarge or
+  // kErrNoMemory.
   std::int32_t ReadAll(zBuffer& out);
+  // Closes the file if open; may be called again.
   void Close();
 
-  // The platform's file open, with the signature of fopen.
+  // The platform's file open, with the signature of fopen; null for a null
+  // argument.
   static std::FILE* os_fopen(const char* path, const char* mode);
 
  private:

@@ -1,11 +1,15 @@
 #pragma once
 #include "platform/foundation/z_export.h"
 // zRecord: a small set of typed variables keyed by four-character ids. Hosts
-// build settings records with it; the module only reads them.
+// build settings records with it; the module only reads them. Not locked:
+// leave a record unchanged while the module reads it. Like the standard
+// containers it wraps, adding a variable throws std::bad_alloc when memory is
+// short.
 #include <cstdint>
 #include <utility>
 #include <vector>
 
+// A rectangle; settings also use it to carry four integers at once.
 struct zRect {
   std::int32_t left = 0;
   std::int32_t top = 0;
@@ -29,7 +33,8 @@ struct zFloatPoint {
 
 // One value. A default-constructed variable is empty: every As* returns the
 // caller's default. Integers and floats convert into each other (floats to
-// integers truncate); points and rectangles answer only their own kind.
+// integers truncate; out-of-range and NaN floats give the default); points
+// and rectangles answer only their own kind.
 class Z_API zVariable {
  public:
   enum class Kind : std::uint8_t { kEmpty, kInt32, kFloat, kFloatPoint, kRect };
@@ -63,10 +68,11 @@ class Z_API zRecord {
   void SetFloat(std::uint32_t id, float v) { Set(id, zVariable::FromFloat(v)); }
   void SetFloatPoint(std::uint32_t id, zFloatPoint v) { Set(id, zVariable::FromFloatPoint(v)); }
   void SetRect(std::uint32_t id, zRect v) { Set(id, zVariable::FromRect(v)); }
+  // False when the record lacks `id`.
   bool Remove(std::uint32_t id);
   void Clear() { vars_.clear(); }
 
-  // The variable of `id`, or null.
+  // The variable of `id`, or null; valid until the record changes.
   const zVariable* Variable(std::uint32_t id) const;
   std::size_t Count() const { return vars_.size(); }
 
@@ -75,6 +81,7 @@ class Z_API zRecord {
   void VariableGetList(const std::uint32_t* ids, const zVariable** out, std::int32_t count,
                        const zVariable* missing) const;
 
+  // The value of `id` as zVariable converts it, or `def` when it is absent.
   std::int32_t AsInt32(std::uint32_t id, std::int32_t def = 0) const;
   float AsFloat(std::uint32_t id, float def = 0.0f) const;
   zFloatPoint AsFloatPoint(std::uint32_t id, zFloatPoint def = {}) const;

@@ -1,7 +1,8 @@
 #pragma once
 #include "platform/foundation/z_export.h"
 // zString: an owned byte string (UTF-8 on this platform). Never null:
-// CString() of an empty string is "".
+// CString() of an empty string is "". Allocates like std::string (and throws
+// std::bad_alloc like it); CString() stays valid until the string changes.
 #include <string>
 #include <string_view>
 
