@@ -2,7 +2,6 @@
 // surface, the stage-1 mask and decor.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -49,11 +48,14 @@ class SurfaceObject : public soObject {
   int& deleted_;
 };
 
-// Lends `texture` under handle 42 through `functions`, and notes, for each
-// handle given back, how many device calls were logged by then.
-class FakeDecor : public soXIOGLDrawingFunctions {
+// Lends `texture` under handle 42 to whoever asks it for the decor interface,
+// and notes each handle given back with the device call logged last by then.
+class FakeDecor : public soXIDrawingFunctions, public soXIOGLDrawingFunctions {
  public:
-  std::int32_t QueryInterface(const char*, void** out) override { return *out = nullptr, -1; }
+  std::int32_t QueryInterface(const char* name, void** out) override {
+    *out = std::strcmp(name, "soXIOGLDrawingFunctions") == 0 ? static_cast<soXIOGLDrawingFunctions*>(this) : nullptr;
+    return *out ? (AddRef(), 0) : -1;
+  }
   std::int32_t AddRef() override { return ++refs; }
   std::int32_t Release() override { return --refs; }
   std::int32_t GetDecorTexture(std::int32_t id, IDirect3DTexture9** t, std::int32_t* h) override {
@@ -62,23 +64,14 @@ class FakeDecor : public soXIOGLDrawingFunctions {
     *h = 42;
     return result;
   }
-  void ReleaseDecorTexture(std::int32_t h) override { returned.push_back({h, device->Calls().size()}); }
-
-  struct Functions : soXIDrawingFunctions {
-    explicit Functions(FakeDecor* d) : decor(d) {}
-    std::int32_t QueryInterface(const char* name, void** out) override {
-      *out = std::strcmp(name, "soXIOGLDrawingFunctions") == 0 ? decor : nullptr;
-      return *out ? (decor->AddRef(), 0) : -1;
-    }
-    std::int32_t AddRef() override { return 2; }
-    std::int32_t Release() override { return 1; }
-    FakeDecor* decor;
-  } functions{this};
+  void ReleaseDecorTexture(std::int32_t h) override {
+    returned.push_back(std::to_string(h) + " after " + device->Log().back());
+  }
   RecordingDevice* device = nullptr;
   IDirect3DTexture9* texture = nullptr;
   std::int32_t result = 0, refs = 1;
   std::vector<std::int32_t> requested;
-  std::vector<std::pair<std::int32_t, std::size_t>> returned;
+  Log returned;
 };
 
 class DrawableTest : public ::testing::Test {
@@ -135,8 +128,8 @@ TEST_F(DrawableTest, BuffersAreMadeOncePerSurfaceUntilReleased) {
   EXPECT_EQ(0, std::memcmp(device.VertexBufferNamed("vb2")->Bytes().data(), object->surfaces[1]->interleaved, 240));
   device.ClearLog();
   drawable->Draw(State());
-  EXPECT_EQ(device.Count("CreateVertexBuffer"), 0u);
-  EXPECT_EQ(device.Log("DrawPrimitive"), Log(3, "DrawPrimitive(4, 0, 2)"));
+  EXPECT_EQ(std::tuple(device.Count("CreateVertexBuffer"), device.Log("DrawPrimitive")),
+            std::tuple(0u, Log(3, "DrawPrimitive(4, 0, 2)")));
   drawable->ReleaseDeviceDependentResources();
   EXPECT_EQ(device.LiveResources(), 0);
   drawable->Draw(State());
@@ -153,9 +146,9 @@ TEST_F(DrawableTest, ScreenSurfaceWithRecordAndMask) {
   // The coordinate cache starts empty, so the first draw rebuilds the buffer.
   EXPECT_EQ(device.Log(),
             (Log{"CreateVertexBuffer(240, 8, 530, 1, null)", "Lock(vb1, 0, 240, 0)", "Unlock(vb1)",
-                 "SetTexture(0, tex1)", "SetTexture(1, tex2)", "GetTransform(256)", "SetTransform(256)", "SetMaterial()",
-                 "SetRenderState(27, 1)", "SetRenderState(19, 5)", "SetRenderState(20, 6)", "Release(vb1)",
-                 "CreateVertexBuffer(240, 8, 530, 1, null)", "Lock(vb2, 0, 240, 0)", "Unlock(vb2)",
+                 "SetTexture(0, tex1)", "SetTexture(1, tex2)", "GetTransform(256)", "SetTransform(256)",
+                 "SetMaterial()", "SetRenderState(27, 1)", "SetRenderState(19, 5)", "SetRenderState(20, 6)",
+                 "Release(vb1)", "CreateVertexBuffer(240, 8, 530, 1, null)", "Lock(vb2, 0, 240, 0)", "Unlock(vb2)",
                  "SetStreamSource(0, vb2, 0, 40)", "SetFVF(530)", "DrawPrimitive(4, 0, 2)", "SetTexture(1, null)",
                  "SetRenderState(27, 0)"}));
   const D3DMATERIAL9 m = *device.Material();
@@ -200,24 +193,20 @@ TEST_F(DrawableTest, DecorTexturesComeFromTheHost) {
   decor.texture = device.MakeHostTexture(64, 64);  // tex1
   D3DXMATRIX identity;
   D3DXMatrixIdentity(&identity);
-  drawable->Draw(State(&record, &decor.functions));
-  EXPECT_EQ(decor.requested, std::vector<std::int32_t>{7});
+  drawable->Draw(State(&record, &decor));
+  // No mask is made for a decor; the handle goes back once the world is enlarged.
   EXPECT_EQ(device.Log("SetTexture"), (Log{"SetTexture(1, tex1)", "SetTexture(1, null)"}));
+  EXPECT_EQ(device.Count("CreateTexture"), 0u);
+  EXPECT_EQ(std::tuple(decor.requested, decor.returned, decor.refs),
+            std::tuple(std::vector<std::int32_t>{7}, Log{"42 after SetTransform(256)"}, 1));
   EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Enlarged(identity, 1));
-  EXPECT_EQ(device.Count("CreateTexture"), 0u) << "no mask for a decor";
-  ASSERT_EQ(decor.returned.size(), 1u);
-  EXPECT_EQ(decor.returned[0].first, 42);
-  const Log log = device.Log();
-  const auto draw = std::find(log.begin(), log.end(), "DrawPrimitive(4, 0, 2)") - log.begin();
-  EXPECT_LT(decor.returned[0].second, std::size_t(draw)) << "the handle goes back before the draw";
-  EXPECT_EQ(decor.refs, 1);
 
   // Refused: stage 1 and the world stay, nothing goes back, the surface is drawn.
   decor.result = -1;
   decor.returned.clear();
   device.SetTransform(D3DTS_WORLD, &identity);
   device.ClearLog();
-  drawable->Draw(State(&record, &decor.functions));
+  drawable->Draw(State(&record, &decor));
   EXPECT_EQ(device.Log("SetTexture").size() + decor.returned.size(), 0u);
   EXPECT_EQ(device.Count("DrawPrimitive"), 1u);
   EXPECT_EQ(decor.refs, 1);

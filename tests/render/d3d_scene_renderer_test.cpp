@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <numbers>
+#include <span>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/foundation/z_record.h"
@@ -23,13 +25,20 @@ namespace {
 using namespace so3d::test;
 using namespace so3d::fixtures;
 
-void ExpectPointNear(so_vector3 actual, so_vector3 expected, float tolerance = 1e-5f) {
-  EXPECT_NEAR(actual.x, expected.x, tolerance);
-  EXPECT_NEAR(actual.y, expected.y, tolerance);
-  EXPECT_NEAR(actual.z, expected.z, tolerance);
+// Numbers to four decimals, so whole draws compare as text.
+float Round(float v) { return std::round(v * 1e4f) / 1e4f + 0.0f; }  // + 0 turns -0 into 0
+std::string Text(so_vector3 p) {
+  std::ostringstream s;
+  s << '(' << Round(p.x) << ' ' << Round(p.y) << ' ' << Round(p.z) << ')';
+  return s.str();
 }
-
-void ExpectRow(const D3DMATRIX& m, so_vector3 expected) { ExpectPointNear(TransformPoint(m, {0, 0, 0}), expected); }
+std::string Origin(const D3DMATRIX& m) { return Text(TransformPoint(m, {0, 0, 0})); }
+std::string Text(const DrawnObject& d) {
+  std::ostringstream s;
+  s << d.name << " s" << d.data.screen << " t=" << Round(d.state.time) << " w=" << Origin(d.world)
+    << " v=" << Origin(d.view) << (d.state.both_scenes ? " both" : "");
+  return s.str();
+}
 
 D3DXMATRIX World(const so_vectors& v) {
   D3DXMATRIX m;
@@ -39,21 +48,27 @@ D3DXMATRIX World(const so_vectors& v) {
 
 TEST(TransformToD3DMatrix, ScalesThenOffsetsThenTurnsThenMoves) {
   constexpr float pi = std::numbers::pi_v<float>;
-  so_vectors v = so_default_vectors();
-  v.scale = {2, 3, 4};
-  v.rot_off = {0, 1, 0};
-  v.rot = {pi / 2, pi / 2, pi / 2};  // pitch, heading, bank
-  v.pos = {10, 20, 30};
-  v.trans = 0.25f;  // opacity and crop play no part
-  v.crop = {1, 2, 3, 4};
+  // Position, pitch-heading-bank, scale, opacity and crop (no part), offset.
+  const so_vectors v{{10, 20, 30}, {pi / 2, pi / 2, pi / 2}, {2, 3, 4}, 0.25f, {0, 1, 0}, {1, 2, 3, 4}};
   // (1, 0, 0) → (2, 0, 0) → (2, 1, 0) → bank (−1, 2, 0) → pitch (−1, 0, 2)
   // → heading (2, 0, 1) → (12, 20, 31).
-  ExpectPointNear(TransformPoint(World(v), {1, 0, 0}), {12, 20, 31});
-  EXPECT_EQ(World(v).m[3][3], 1);
+  EXPECT_EQ(std::tuple(Text(TransformPoint(World(v), {1, 0, 0})), World(v).m[3][3]), std::tuple("(12 20 31)", 1.0f));
 }
 
-class Renderer : public RenderingTest {
+class Renderer : public ::testing::Test {
  protected:
+  RecordingDevice device;
+  RecordingRegistries r;
+  TempDir dir;
+  soD3DSceneRenderer renderer{&device};
+
+  void SetUp() override {
+    r.log.device = &device;
+    for (const char* name : {"quad.lwo", "carrier.lwo", "plain.lwo", "a.lwo", "b.lwo"}) dir.Write(name, QuadObject());
+    renderer.Initalize(720, 480);
+    renderer.UpdateProjectionSize(720, 480);
+    device.ClearLog();
+  }
   template <class Scene = soLightWaveScene>
   std::unique_ptr<Scene> Load(const SceneWriter& w, const std::string& file = "s.lws") {
     auto scene = std::make_unique<Scene>(*r.textures, r.objects);
@@ -66,18 +81,23 @@ class Renderer : public RenderingTest {
     for (int i = 0; i < count; ++i) w.Object("quad.lwo", 1).Place(float(i), 0, 0);
     return w;
   }
-  void DrawAt(soScene* scene, void* view = nullptr, soXIDrawingFunctions* functions = nullptr) {
-    renderer.Draw(scene, nullptr, 0, 1.5f, 2, 0, functions, 0, view);
+  void Draw(soScene* scene, std::span<const so_screen_data> frame = {}, float time = 1.5f, std::uint32_t flags = 0,
+            void* view = nullptr, soXIDrawingFunctions* functions = nullptr) {
+    r.log.draws.clear();
+    device.ClearLog();
+    renderer.Draw(scene, frame.data(), std::int32_t(frame.size()), time, 2, flags, functions, 0, view);
   }
-  std::vector<float> DrawnX() const {
-    std::vector<float> x;
-    for (const DrawnObject& d : r.log.draws) x.push_back(d.world.m[3][0]);
-    return x;
+  template <class F>
+  auto Drawn(F f) const {
+    std::vector<decltype(f(r.log.draws[0]))> out;
+    for (const DrawnObject& d : r.log.draws) out.push_back(f(d));
+    return out;
   }
-  std::vector<std::string> DrawnNames() const {
-    std::vector<std::string> names;
-    for (const DrawnObject& d : r.log.draws) names.push_back(d.name);
-    return names;
+  std::vector<std::string> Drawn() const { return Drawn([](const DrawnObject& d) { return Text(d); }); }
+  std::vector<std::string> Names() const { return Drawn([](const DrawnObject& d) { return d.name; }); }
+  using Records = std::vector<std::pair<const zRecord*, const zRecord*>>;
+  Records DrawnRecords() const {
+    return Drawn([](const DrawnObject& d) { return std::pair(d.state.record, d.state.other_record); });
   }
 };
 
@@ -95,6 +115,8 @@ TEST_F(Renderer, InitalizeSetsTheFixedPipelineInOrder) {
 }
 
 TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
+  renderer.UpdateProjectionSize(720, 0);
+  renderer.UpdateProjectionSize(-1, 480);
   renderer.UpdateProjectionSize(720, 480);
   ASSERT_EQ(device.Log(), std::vector<std::string>{"SetTransform(3)"});
   const D3DMATRIX p = device.Transform(D3DTS_PROJECTION);
@@ -105,15 +127,10 @@ TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
   const so_vector3 corner = TransformPoint(p, {3.6f, 2.4f, 10});
   EXPECT_NEAR(corner.x / 10, 1, 1e-3f);
   EXPECT_NEAR(corner.y / 10, 1, 1e-3f);
-
-  device.ClearLog();
-  renderer.UpdateProjectionSize(720, 0);
-  renderer.UpdateProjectionSize(-1, 480);
-  EXPECT_TRUE(device.Log().empty());
 }
 
 TEST_F(Renderer, NothingToDrawWithoutSceneOrDevice) {
-  DrawAt(nullptr);
+  Draw(nullptr);
   EXPECT_TRUE(device.Log().empty());
   auto scene = Load(Row(1));
   soD3DSceneRenderer detached(nullptr);
@@ -129,31 +146,26 @@ TEST_F(Renderer, NothingToDrawWithoutSceneOrDevice) {
 
 TEST_F(Renderer, ViewUndoesTheCameraPlacement) {
   auto scene = r.NewScene();
-  DrawAt(scene.get());
-  ASSERT_EQ(device.Log(), std::vector<std::string>{"SetTransform(2)"});
-  ExpectPointNear(TransformPoint(device.Transform(D3DTS_VIEW), {0, 0, 0}), {0, 0, 10});
-
   so_vectors camera = so_default_vectors();
   camera.pos = {1, -2, -9};
   camera.rot = {0.2f, 0.7f, -0.4f};
   camera.scale = {3, 3, 3};  // scale and offset do not reach the view
   camera.rot_off = {5, 0, 0};
   ASSERT_EQ(scene->CameraVectors(0, true, &camera), 0);
-  DrawAt(scene.get());
+  Draw(scene.get());
   camera.scale = {1, 1, 1};
   camera.rot_off = {0, 0, 0};
-  const D3DMATRIX view = device.Transform(D3DTS_VIEW);
   for (so_vector3 p : {so_vector3{0, 0, 0}, so_vector3{1, 2, 3}})
-    ExpectPointNear(TransformPoint(view, TransformPoint(World(camera), p)), p);
+    EXPECT_EQ(Text(TransformPoint(device.Transform(D3DTS_VIEW), TransformPoint(World(camera), p))), Text(p));
 }
 
 TEST_F(Renderer, CameraWithTargetLooksAtObjectZero) {
   auto scene = Load(SceneWriter().Object("quad.lwo", 1).Place(3, 1, 2).Camera().Place(0, 0, -10).Line("TargetItem 1"));
   ASSERT_TRUE(scene->CameraHasTarget());
-  DrawAt(scene.get());
+  Draw(scene.get());
   const D3DMATRIX view = device.Transform(D3DTS_VIEW);
-  ExpectPointNear(TransformPoint(view, {0, 0, -10}), {0, 0, 0});
-  ExpectPointNear(TransformPoint(view, {3, 1, 2}), {0, 0, std::sqrt(9.0f + 1 + 144)}, 1e-4f);
+  EXPECT_EQ(Text(TransformPoint(view, {0, 0, -10})), "(0 0 0)");
+  EXPECT_EQ(Text(TransformPoint(view, {3, 1, 2})), "(0 0 12.4097)");  // √(9 + 1 + 144)
 }
 
 // A scene whose camera, objects or evaluations can be made to fail.
@@ -161,12 +173,10 @@ class FaultyScene : public soLightWaveScene {
  public:
   using soLightWaveScene::soLightWaveScene;
   bool camera = true;
-  int camera_queries = 0;
   std::int32_t failing_index = -1;
   std::uint32_t missing_object = 0xFFFFFFFF;
 
   std::int32_t CameraVectors(float time, bool set, so_vectors* v) override {
-    ++camera_queries;
     return camera ? soLightWaveScene::CameraVectors(time, set, v) : -1;
   }
   std::int32_t EvaluateObject(std::int32_t index, float time, bool set, so_vectors* v, so_object_data* d,
@@ -180,29 +190,23 @@ class FaultyScene : public soLightWaveScene {
 
 TEST_F(Renderer, FailuresEndOrSkip) {
   auto scene = Load<FaultyScene>(Row(3));
+  const auto x = [](const DrawnObject& d) { return d.world.m[3][0]; };
   scene->failing_index = 1;  // a failed evaluation ends the frame
-  DrawAt(scene.get());
-  EXPECT_EQ(DrawnX(), std::vector<float>{2});
-  r.log.draws.clear();
+  Draw(scene.get());
+  EXPECT_EQ(Drawn(x), std::vector<float>{2});
   scene->failing_index = -1;
   scene->missing_object = 1;  // an index without an object is skipped
-  DrawAt(scene.get());
-  EXPECT_EQ(DrawnX(), (std::vector<float>{2, 0}));
+  Draw(scene.get());
+  EXPECT_EQ(Drawn(x), (std::vector<float>{2, 0}));
 
   // Without a camera nothing is drawn, unless a view is given.
-  r.log.draws.clear();
-  device.ClearLog();
   scene->camera = false;
-  DrawAt(scene.get());
-  EXPECT_TRUE(device.Log().empty());
-  EXPECT_TRUE(r.log.draws.empty());
-  scene->camera_queries = 0;
-  D3DMATRIX view{};
-  for (int i = 0; i < 16; ++i) view.m[i / 4][i % 4] = float(i + 1);
-  DrawAt(scene.get(), &view);
-  EXPECT_EQ(scene->camera_queries, 0);
-  EXPECT_EQ(std::memcmp(&device.Calls("SetTransform")[0].matrix.value(), &view, sizeof view), 0);
-  EXPECT_EQ(r.log.draws.size(), 2u);
+  Draw(scene.get());
+  EXPECT_TRUE(device.Log().empty() && r.log.draws.empty());
+  D3DXMATRIX view;
+  Draw(scene.get(), {}, 1.5f, 0, D3DXMatrixTranslation(&view, 1, 2, 3));
+  EXPECT_EQ(Drawn(), (std::vector<std::string>{"quad.lwo s1 t=1.5 w=(2 0 0) v=(1 2 3)",
+                                               "quad.lwo s1 t=1.5 w=(0 0 0) v=(1 2 3)"}));
 }
 
 TEST_F(Renderer, TiledObjectsGetTileDataOthersNone) {
@@ -211,36 +215,18 @@ TEST_F(Renderer, TiledObjectsGetTileDataOthersNone) {
   so_vectors v{};
   ASSERT_EQ(scene->EvaluateObject(0, 0, false, &v, nullptr, nullptr), 0);
   ASSERT_EQ(scene->EvaluateObject(0, 0, true, &v, &data, nullptr), 0);
-
   auto* functions = reinterpret_cast<soXIDrawingFunctions*>(&data);  // only carried, never called
-  DrawAt(scene.get(), nullptr, functions);
+  Draw(scene.get(), {}, 1.5f, 0, nullptr, functions);
   ASSERT_EQ(r.log.draws.size(), 2u);
   EXPECT_EQ(r.log.draws[0].state.tile_data, nullptr);
   const DrawnObject& tiled = r.log.draws[1];
   ASSERT_NE(tiled.state.tile_data, nullptr);
-  EXPECT_EQ(tiled.tile.tile_x, 40);
-  EXPECT_EQ(tiled.tile.tile_y, 60);
-  EXPECT_FLOAT_EQ(tiled.tile.area_width, 7.2f);
-  EXPECT_EQ(tiled.state.drawing_functions, functions);
-  EXPECT_FALSE(tiled.state.both_scenes);
+  EXPECT_EQ(std::tuple(tiled.tile.tile_x, tiled.tile.tile_y, Round(tiled.tile.area_width),
+                       tiled.state.drawing_functions),
+            std::tuple(40.0f, 60.0f, 7.2f, functions));
 }
 
-class EndToEnd : public Renderer {
- protected:
-  void SetUp() override {
-    Renderer::SetUp();
-    for (const char* name : {"carrier.lwo", "plain.lwo", "a.lwo", "b.lwo"}) dir.Write(name, QuadObject());
-    renderer.Initalize(720, 480);
-    renderer.UpdateProjectionSize(720, 480);
-  }
-  void Draw(soScene* scene, const so_screen_data* frame, std::int32_t count, float time, std::uint32_t flags) {
-    r.log.draws.clear();
-    device.ClearLog();
-    renderer.Draw(scene, frame, count, time, 2, flags, nullptr, 0, nullptr);
-  }
-};
-
-TEST_F(EndToEnd, InterpolatedTransitionAtStartMiddleAndEnd) {
+TEST_F(Renderer, InterpolatedTransitionAtStartMiddleAndEnd) {
   SceneWriter wa, wb;
   wa.Object("quad.lwo", 1).Place(-1, 0, 0).Object("quad.lwo", 2).Place(0, 1, 0);
   wb.Object("quad.lwo", 1).Place(1, 0, 0).Object("quad.lwo", 2).Place(0, -1, 0);
@@ -251,72 +237,50 @@ TEST_F(EndToEnd, InterpolatedTransitionAtStartMiddleAndEnd) {
   so_screen_data table[] = {{1, 1, &moved, 0}, {2, 2, nullptr, 0}};
   auto t = r.NewScene();
   ASSERT_EQ(t->Interpolate(a.get(), table, 2, 0, b.get(), table, 2, 0), 0);
-  ASSERT_EQ(t->ObjectCount(), 2u);
 
-  const D3DMATRIX projection = device.Transform(D3DTS_PROJECTION);
   const so_screen_data frame[] = {{1, 1, &moved, 0}, {2, 2, &first, 0}, {2, 2, &second, 0}};
+  // Last object first: the screen-2 pair, then the screen-1 pair.
+  const std::vector<std::string> expected[] = {
+      {"quad.lwo s2 t=0 w=(0 1 0) v=(0 0 10)", "quad.lwo s1 t=0 w=(-0.5 0 0) v=(0 0 10)"},
+      {"quad.lwo s2 t=1 w=(0 0 0) v=(0 0 10)", "quad.lwo s1 t=1 w=(0.5 0 0) v=(0 0 10)"},
+      {"quad.lwo s2 t=2 w=(0 -1 0) v=(0 0 10)", "quad.lwo s1 t=2 w=(1.5 0 0) v=(0 0 10)"}};
   for (int step = 0; step < 3; ++step) {
-    const float time = float(step);
     // An interpolated scene carries its settings in the keys: the flag
     // changes nothing here.
     for (std::uint32_t flags : {0u, 0x10u}) {
-      SCOPED_TRACE("time " + std::to_string(step) + " flags " + std::to_string(flags));
-      Draw(t.get(), frame, 3, time, flags);
+      Draw(t.get(), frame, float(step), flags);
       EXPECT_EQ(device.Log(), (std::vector<std::string>{"SetTransform(2)", "SetTransform(256)", "SetTransform(256)"}));
-      const std::vector<DeviceCall> sets = device.Calls("SetTransform");
-      ExpectRow(*sets[0].matrix, {0, 0, 10});
-      ASSERT_EQ(r.log.draws.size(), 2u);
-      // Last object first: the screen-2 pair, then the screen-1 pair.
-      const DrawnObject& upper = r.log.draws[0];
-      const DrawnObject& lower = r.log.draws[1];
-      EXPECT_EQ(upper.data.screen, 2);
-      EXPECT_EQ(upper.state.record, &second);
-      EXPECT_EQ(upper.state.other_record, &first);
-      EXPECT_NEAR(upper.world.m[3][1], 1 - time, 1e-5f);
-      EXPECT_EQ(lower.data.screen, 1);
-      EXPECT_EQ(lower.state.record, &moved);
-      EXPECT_EQ(lower.state.other_record, nullptr);
-      EXPECT_NEAR(lower.world.m[3][0], time - 0.5f, 1e-5f);
-      EXPECT_EQ(std::memcmp(&lower.world, &*sets[2].matrix, sizeof(D3DMATRIX)), 0);
-      for (const DrawnObject& d : r.log.draws) {
-        EXPECT_EQ(d.state.time, time);
-        EXPECT_EQ(d.state.device, &device);
-        ExpectRow(d.view, {0, 0, 10});
-      }
+      EXPECT_EQ(Drawn(), expected[step]) << "flags " << flags;
+      EXPECT_EQ(DrawnRecords(), (Records{{&second, &first}, {&moved, nullptr}}));
+      for (const DrawnObject& d : r.log.draws) EXPECT_EQ(d.state.device, &device);
     }
   }
-  const D3DMATRIX after = device.Transform(D3DTS_PROJECTION);
-  EXPECT_EQ(std::memcmp(&projection, &after, sizeof projection), 0) << "Draw leaves the projection alone";
 }
 
-TEST_F(EndToEnd, RecordsMoveLoadedScenesUnlessFlagged) {
+TEST_F(Renderer, RecordsMoveLoadedScenesUnlessFlagged) {
   auto scene = Load(SceneWriter().Object("quad.lwo", 3).Place(0, 0, 0));
   zRecord turned;
   turned.SetFloatPoint(so_id_pos, {1, 2});
   turned.SetFloatPoint(so_id_scale, {2, 2});
   turned.SetFloat(so_id_trans, 0.5f);
   const so_screen_data frame[] = {{3, 7, &turned, 0}};  // no slot match: the screen decides
-  Draw(scene.get(), frame, 1, 0, 0);
-  ASSERT_EQ(r.log.draws.size(), 1u);
-  ExpectRow(r.log.draws[0].world, {1, 2, 0});
-  EXPECT_FLOAT_EQ(r.log.draws[0].world.m[0][0], 2);
-  EXPECT_FLOAT_EQ(r.log.draws[0].state.opacity, 0.5f);
-  Draw(scene.get(), frame, 1, 0, 0x10);
-  ASSERT_EQ(r.log.draws.size(), 1u);
-  ExpectRow(r.log.draws[0].world, {0, 0, 0});
-  EXPECT_FLOAT_EQ(r.log.draws[0].world.m[0][0], 1);
-  EXPECT_FLOAT_EQ(r.log.draws[0].state.opacity, 1);
-  EXPECT_EQ(r.log.draws[0].state.record, &turned);
+  for (auto [flags, origin, scale, opacity] : {std::tuple{0u, "(1 2 0)", 2.0f, 0.5f}, {0x10u, "(0 0 0)", 1.0f, 1.0f}}) {
+    Draw(scene.get(), frame, 0, flags);
+    ASSERT_EQ(r.log.draws.size(), 1u);
+    const DrawnObject& d = r.log.draws[0];
+    EXPECT_EQ(std::tuple(Origin(d.world), d.world.m[0][0], d.state.opacity, d.state.record),
+              std::tuple(origin, scale, opacity, &turned));
+  }
 }
 
-class Nested : public EndToEnd {
+class Nested : public Renderer {
  protected:
   std::unique_ptr<soLightWaveScene> a, b, t;
   zRecord record_a, record_b;
   so_screen_data frame[2] = {{3, 0, &record_a, 0}, {4, 0, &record_b, 0}};
 
   void SetUp() override {
-    EndToEnd::SetUp();
+    Renderer::SetUp();
     SceneWriter wt;
     wt.Object("carrier.lwo", 0).Place(-2, 0, 0).Object("carrier.lwo", 1).Place(2, 0, 0);
     wt.Object("plain.lwo", 5).Place(0, 1, 0);
@@ -329,37 +293,26 @@ class Nested : public EndToEnd {
 
 TEST_F(Nested, CarriersShowSceneAOnScreenZeroAndSceneBOnScreenOne) {
   t->AddSubScene(a.get(), nullptr, 0, 0.25f, b.get(), nullptr, 0, 0.5f);
+  // Each nested scene keeps its own position, time / 2 on from its start;
+  // its view is the carrier's frame (its world times the scene's view); the
+  // last nested view stays for the plain object.
+  const std::vector<std::string> expected[] = {
+      {"a.lwo s3 t=0.25 w=(0.25 0 0) v=(-2 0 10)", "b.lwo s4 t=0.5 w=(0 -1 0) v=(2 0 10)",
+       "plain.lwo s5 t=0 w=(0 1 0) v=(2 0 10) both"},
+      {"a.lwo s3 t=0.75 w=(0.75 0 0) v=(-2 0 10)", "b.lwo s4 t=1 w=(0 -1 0) v=(2 0 10)",
+       "plain.lwo s5 t=1 w=(0 1 0) v=(2 0 10) both"},
+      {"a.lwo s3 t=1.25 w=(1.25 0 0) v=(-2 0 10)", "b.lwo s4 t=1.5 w=(0 -1 0) v=(2 0 10)",
+       "plain.lwo s5 t=2 w=(0 1 0) v=(2 0 10) both"}};
   for (int step = 0; step < 3; ++step) {
-    const float time = float(step);
-    SCOPED_TRACE("time " + std::to_string(step));
-    Draw(t.get(), frame, 2, time, 0x6);
-    ASSERT_EQ(DrawnNames(), (std::vector<std::string>{"a.lwo", "b.lwo", "plain.lwo"}));
-    const DrawnObject& da = r.log.draws[0];
-    const DrawnObject& db = r.log.draws[1];
-    const DrawnObject& plain = r.log.draws[2];
-
-    const float time_a = std::fmod(time / 2 + 0.25f, 2.0f);  // each keeps its own position
-    EXPECT_FLOAT_EQ(da.state.time, time_a);
-    EXPECT_FLOAT_EQ(db.state.time, std::fmod(time / 2 + 0.5f, 2.0f));
-    EXPECT_NEAR(da.world.m[3][0], time_a, 1e-5f);
-    // The carrier's frame (its world times the scene's view) is the view.
-    ExpectRow(da.view, {-2, 0, 10});
-    ExpectRow(db.view, {2, 0, 10});
-    ExpectRow(db.world, {0, -1, 0});
-    EXPECT_EQ(da.state.record, &record_a);
-    EXPECT_EQ(db.state.record, &record_b);
-    EXPECT_FALSE(da.state.both_scenes);
-
-    EXPECT_TRUE(plain.state.both_scenes);
-    EXPECT_EQ(plain.state.record, nullptr);
-    EXPECT_EQ(plain.state.time, time);
-    ExpectRow(plain.world, {0, 1, 0});
-    ExpectRow(plain.view, {2, 0, 10});  // the last nested view stays
-    // Per frame: the scene's view, then per nested scene its view and world.
-    EXPECT_EQ(device.Count("GetTransform"), 1u);
-    EXPECT_EQ(device.Count("SetTransform"), 6u);
+    Draw(t.get(), frame, float(step), 0x6);
+    EXPECT_EQ(Drawn(), expected[step]);
+    EXPECT_EQ(DrawnRecords(), (Records{{&record_a, nullptr}, {&record_b, nullptr}, {nullptr, nullptr}}));
+    // The scene's view, read back; per nested scene its view and world; the plain world.
+    EXPECT_EQ(device.Log(), (std::vector<std::string>{"SetTransform(2)", "GetTransform(2)", "SetTransform(2)",
+                                                      "SetTransform(256)", "SetTransform(2)", "SetTransform(256)",
+                                                      "SetTransform(256)"}));
   }
-  Draw(t.get(), frame, 2, 0, 0x2);
+  Draw(t.get(), frame, 0, 0x2);
   ASSERT_EQ(r.log.draws.size(), 3u);
   EXPECT_FALSE(r.log.draws[2].state.both_scenes) << "both bits are needed";
 }
@@ -367,18 +320,20 @@ TEST_F(Nested, CarriersShowSceneAOnScreenZeroAndSceneBOnScreenOne) {
 TEST_F(Nested, EverySubSceneDrawnSceneBNeedsScreensAndNestingStops) {
   t->AddSubScene(a.get(), nullptr, 0, 0.25f, b.get(), nullptr, 0, 0.5f);
   t->AddSubScene(b.get(), nullptr, 0, 1.0f, a.get(), nullptr, 0, 1.75f);
-  Draw(t.get(), frame, 2, 1, 0);
-  ASSERT_EQ(DrawnNames(), (std::vector<std::string>{"a.lwo", "b.lwo", "plain.lwo", "b.lwo", "a.lwo", "plain.lwo"}));
-  EXPECT_FLOAT_EQ(r.log.draws[3].state.time, 1.5f);
-  EXPECT_FLOAT_EQ(r.log.draws[4].state.time, 0.25f);  // fmod(0.5 + 1.75, 2)
-  Draw(t.get(), nullptr, 0, 0, 0);
-  EXPECT_EQ(DrawnNames(), (std::vector<std::string>{"a.lwo", "plain.lwo", "b.lwo", "plain.lwo"}));
+  Draw(t.get(), frame, 1);
+  // The second sub-scene runs from its own starts: b from 1 + 1 / 2, a from fmod(1.75 + 0.5, 2).
+  EXPECT_EQ(Drawn([](const DrawnObject& d) { return std::pair(d.name, d.state.time); }),
+            (std::vector<std::pair<std::string, float>>{
+                {"a.lwo", 0.75f}, {"b.lwo", 1}, {"plain.lwo", 1}, {"b.lwo", 1.5f}, {"a.lwo", 0.25f},
+                {"plain.lwo", 1}}));
+  Draw(t.get(), {}, 0);
+  EXPECT_EQ(Names(), (std::vector<std::string>{"a.lwo", "plain.lwo", "b.lwo", "plain.lwo"}));
 
   // A scene inside itself stops at the depth limit, and the count unwinds.
   auto self = Load(SceneWriter().Object("carrier.lwo", 0).Object("plain.lwo", 5), "self.lws");
   self->AddSubScene(self.get(), nullptr, 0, 0, nullptr, nullptr, 0, 0);
   for (int frame_number = 0; frame_number < 2; ++frame_number) {
-    Draw(self.get(), frame, 2, 0, 0);
+    Draw(self.get(), frame, 0);
     EXPECT_EQ(r.log.draws.size(), soD3DSceneRenderer::max_nesting);  // one plain object per level
   }
 }

@@ -5,15 +5,11 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
-#include "render/so_d3d_scene_renderer.h"
 #include "scene/so_scene.h"
 #include "fixtures/lwo_writer.h"
 #include "tests/support/recording_device.h"
-#include "tests/support/temp_dir.h"
 #include "tests/textures/memory_texture_manager.h"
 
 namespace so3d::test {
@@ -80,21 +76,6 @@ struct RecordingRegistries {
   RecordingObjectManager objects{*textures, log};
 
   std::unique_ptr<soScene> NewScene() { return std::unique_ptr<soScene>(soScene::Factory(*textures, objects)); }
-};
-
-// A renderer on the recording device, drawing recording drawables, with a
-// scratch folder that holds "quad.lwo".
-class RenderingTest : public ::testing::Test {
- protected:
-  RecordingDevice device;
-  RecordingRegistries r;
-  TempDir dir;
-  soD3DSceneRenderer renderer{&device};
-
-  void SetUp() override {
-    r.log.device = &device;
-    dir.Write("quad.lwo", QuadObject());
-  }
 };
 
 // The point p (w = 1) transformed by the row-vector matrix m.

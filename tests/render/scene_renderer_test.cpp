@@ -2,6 +2,7 @@
 // that match objects against the frame's screens.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -93,37 +94,29 @@ TEST_F(DepthSort, UnreachableSizesDrawNothingAndLeaveTheStorage) {
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0), 5u);
 }
 
-TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAlone) {
+TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAloneAndTransitions) {
   TestRenderer renderer;
-  zRecord r1, r2, r3;
-  const zRecord* out[3] = {};
-  auto object = [](std::int32_t screen, std::int32_t slot) { return so_object_data{0, 0, 0, slot, screen}; };
+  zRecord r1, r2, r3, unset;
+  using Out = std::array<const zRecord*, 3>;
+  // The count found and the out slots, which start as &unset.
+  auto find = [&](const so_screen_data* screens, std::int32_t screen, std::int32_t slot, std::int32_t max) {
+    Out out{&unset, &unset, &unset};
+    return std::pair(renderer.FindRecordsForScreen(screens, 4, {0, 0, 0, slot, screen}, out.data(), max), out);
+  };
   const so_screen_data exact[] = {{2, 1, &r1, 0}, {1, 1, &r2, 0}, {2, 1, &r3, 0}, {2, 0, nullptr, 0}};
-  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 1), 1);
-  EXPECT_EQ(out[1], nullptr) << "wrote past the maximum";
-  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 1), out, 2), 2);
-  EXPECT_TRUE(out[0] == &r1 && out[1] == &r3);
-  EXPECT_EQ(renderer.FindRecordForScreen(exact, 4, object(2, 1)), &r3);
-  EXPECT_EQ(renderer.FindRecordsForScreen(exact, 4, object(2, 0), out, 2), 1) << "a null record still matches";
-  EXPECT_EQ(out[0], nullptr);
+  EXPECT_EQ(find(exact, 2, 1, 1), std::pair(1, Out{&r1, &unset, &unset})) << "never past the maximum";
+  EXPECT_EQ(find(exact, 2, 1, 2), std::pair(2, Out{&r1, &r3, &unset}));
+  EXPECT_EQ(find(exact, 2, 0, 2), std::pair(1, Out{nullptr, &unset, &unset})) << "a null record still matches";
+  EXPECT_EQ(renderer.FindRecordForScreen(exact, 4, so_object_data{0, 0, 0, 1, 2}), &r3);
+  // Without an exact match: the first of the screen, whatever the maximum, or the last for one record.
+  const so_screen_data by_screen[] = {{1, 5, &r1, 0}, {2, 5, &r2, 0}, {1, 6, &r3, 0}, {0, 0, nullptr, 9}};
+  EXPECT_EQ(find(by_screen, 1, 9, 2), std::pair(1, Out{&r1, &unset, &unset}));
+  EXPECT_EQ(find(by_screen, 2, 9, 0), std::pair(1, Out{&r2, &unset, &unset}));
+  EXPECT_EQ(renderer.FindRecordForScreen(by_screen, 4, so_object_data{0, 0, 0, 9, 1}), &r3);
+  EXPECT_EQ(find(by_screen, 4, 1, 2), std::pair(0, Out{&unset, &unset, &unset}));
+  EXPECT_EQ(find(nullptr, 1, 1, 2), std::pair(0, Out{&unset, &unset, &unset}));
+  EXPECT_EQ(renderer.FindRecordForScreen(nullptr, 5, so_object_data{0, 0, 0, 1, 1}), nullptr);
 
-  // Without an exact match: the first of the screen, or the last for one record.
-  const so_screen_data by_screen[] = {{1, 5, &r1, 0}, {2, 5, &r2, 0}, {1, 6, &r3, 0}};
-  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(1, 9), out, 2), 1);
-  EXPECT_EQ(out[0], &r1);
-  EXPECT_EQ(renderer.FindRecordForScreen(by_screen, 3, object(1, 9)), &r3);
-  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(2, 9), out, 0), 1) << "whatever the maximum";
-  EXPECT_EQ(out[0], &r2);
-
-  out[0] = &r3;
-  EXPECT_EQ(renderer.FindRecordsForScreen(by_screen, 3, object(4, 1), out, 2), 0);
-  EXPECT_EQ(renderer.FindRecordsForScreen(nullptr, 4, object(1, 1), out, 2), 0);
-  EXPECT_EQ(out[0], &r3);
-  EXPECT_EQ(renderer.FindRecordForScreen(nullptr, 5, object(1, 1)), nullptr);
-}
-
-TEST(ScreenLookup, ScreensOfATransition) {
-  TestRenderer renderer;
   const so_screen_data screens[] = {{0, 0, nullptr, 1}, {1, 0, nullptr, 2}, {2, 0, nullptr, 1}, {3, 0, nullptr, 2}};
   const so_screen_data* first = nullptr;
   EXPECT_TRUE(renderer.GetScreensForTransition(screens, 4, 2, &first) == 2 && first == &screens[1]);
