@@ -26,12 +26,13 @@ DEPENDS = {
     "module": ["render"],
     "backends/state": ["platform/d3d9"],
     "backends/null": ["backends/state", "platform/foundation"],
+    "backends/recording": ["platform/d3d9"],
     "backends/gles": ["backends/state", "platform/foundation"],
     "fixtures": [],
-    "tools": ["module", "backends/gles", "backends/null", "fixtures"],
+    "tools": ["module", "backends/gles", "backends/null", "backends/recording", "fixtures"],
     "examples": ["module", "backends/gles", "fixtures"],
     "bench": ["module", "backends/null", "backends/gles", "fixtures"],
-    "tests": ["module", "backends/null", "backends/gles", "fixtures"],
+    "tests": ["module", "backends/null", "backends/recording", "backends/gles", "fixtures"],
 }
 SOURCE = re.compile(r"\.(h|hpp|cpp|cc)$")
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)

@@ -1,12 +1,14 @@
 // so3d-info: what a file holds and what loading it did. With no file, boots
 // the library as a host would and prints what it registered.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "backends/null/null_device.h"
+#include "backends/recording/recording_device.h"
 #include "module/so3d.h"
 #include "objects/lightwave/so_lwo_file.h"
 #include "platform/foundation/z_string_id.h"
@@ -22,10 +24,13 @@ const char* const usage =
     "options:\n"
     "  --faithful     read scenes as the faithful reader does (no later revisions, no content folder)\n"
     "  --content DIR  content folder for object and image names (Objects/, Images/ under it)\n"
+    "  --trace T      draw scene A (or the morph of A into B) at time T (0 to 2) on a recording\n"
+    "                 device and print every device call the frame makes, in order\n"
     "  --help\n"
     "examples:\n"
     "  so3d-info fx/intro.lws\n"
     "  so3d-info --content ~/effects fx/intro.lws cube.lwo\n"
+    "  so3d-info --trace 1.0 fx/a.lws fx/b.lws\n"
     "exit status: 0, 1 when a file does not load, 2 for bad arguments\n";
 
 std::string four(std::uint32_t code) { return {char(code >> 24), char(code >> 16), char(code >> 8), char(code)}; }
@@ -98,6 +103,54 @@ bool print_scene(const char* path, const so_load_options& base) {
   return ok;
 }
 
+// One frame of A, or of the morph of A into B, on the recording device; every
+// call it makes is printed. Screens 0 and 1 get 16 × 16 textures of the device.
+bool print_trace(float time, const std::vector<std::string>& scenes, const so_load_options& base) {
+  so3d::backend::RecordingDevice device;
+  bool ok = true;
+  {
+    soD3DObjectManager objects(&device);
+    so_load_options options = base;
+    std::vector<std::unique_ptr<soScene>> loaded;
+    for (const std::string& path : scenes) {
+      loaded.emplace_back(soScene::Factory(objects.TextureManager(), objects));
+      if (!loaded.back()) return false;
+      loaded.back()->SetLoadOptions(&options);
+      if (loaded.back()->Load(path.c_str(), objects.ObjectHandedness()) != 0) {
+        std::printf("%s: cannot read the scene file\n", path.c_str());
+        return false;
+      }
+      loaded.back()->LoadTextures();
+    }
+    so_screen_data screens[] = {{0, 1, nullptr, 0}, {1, 2, nullptr, 0}};
+    soScene* drawn = loaded[0].get();
+    std::unique_ptr<soScene> morph;
+    if (loaded.size() > 1) {
+      morph.reset(soScene::Factory(objects.TextureManager(), objects));
+      if (!morph) return false;
+      morph->Interpolate(loaded[0].get(), screens, 2, 0, loaded[1].get(), screens, 2, 0);
+      drawn = morph.get();
+    }
+    IDirect3DTexture9* pictures[2] = {};
+    for (int n = 0; n < 2; ++n) {
+      device.CreateTexture(16, 16, 1, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &pictures[n], nullptr);
+      objects.D3DTextureManager().SetTexture(n + 1, n, pictures[n], soTextureManager::so_alpha_opaque, 16, 16, 1, 1);
+    }
+    soD3DSceneRenderer renderer(&device);
+    renderer.Initalize(720, 480);
+    renderer.UpdateProjectionSize(720, 480);
+    device.ClearLog();
+    renderer.Draw(drawn, screens, 2, time, 2.0f, 0, nullptr, 0, nullptr);
+    for (const std::string& call : device.Log()) std::printf("%s\n", call.c_str());
+    std::printf("%zu calls\n", device.Calls().size());
+    objects.D3DTextureManager().UnbindAll();
+    for (IDirect3DTexture9* p : pictures)
+      if (p) p->Release();
+    ok = drawn->ObjectCount() > 0;
+  }
+  return ok;
+}
+
 bool ends_with(const std::string& s, const char* suffix) {
   const std::size_t n = std::strlen(suffix);
   return s.size() >= n && strcasecmp(s.c_str() + s.size() - n, suffix) == 0;
@@ -109,6 +162,7 @@ int main(int argc, char** argv) {
   so_load_options options;
   options.modern_files = true;
   std::vector<std::string> files;
+  float trace_time = -1.0f;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--help" || arg == "-h") {
@@ -116,6 +170,13 @@ int main(int argc, char** argv) {
       return 0;
     } else if (arg == "--faithful") {
       options.modern_files = false;
+    } else if (arg == "--trace" && i + 1 < argc) {
+      char* end = nullptr;
+      trace_time = std::strtof(argv[++i], &end);
+      if (*end || trace_time < 0) {
+        std::fprintf(stderr, "so3d-info: bad --trace time %s\n%s", argv[i], usage);
+        return 2;
+      }
     } else if (arg == "--content" && i + 1 < argc) {
       options.content_dir = argv[++i];
     } else if (!arg.empty() && arg[0] == '-') {
@@ -130,6 +191,15 @@ int main(int argc, char** argv) {
     return 0;
   }
   zBoot::BootAll();
+  if (trace_time >= 0) {
+    if (files.size() > 2) {
+      std::fprintf(stderr, "so3d-info: --trace takes one or two scene files\n");
+      return 2;
+    }
+    const bool traced = print_trace(trace_time, files, options);
+    zBoot::ShutdownAll();
+    return traced ? 0 : 1;
+  }
   bool all = true;
   for (const std::string& f : files) all = (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str())) && all;
   zBoot::ShutdownAll();

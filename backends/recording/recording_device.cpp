@@ -1,4 +1,4 @@
-#include "tests/support/recording_device.h"
+#include "backends/recording/recording_device.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-namespace so3d::test {
+namespace so3d::backend {
 namespace {
 
 // Large enough for any test, small enough that a garbage size is refused
@@ -303,4 +303,4 @@ D3DMATRIX RecordingDevice::Transform(D3DTRANSFORMSTATETYPE state) const {
   return identity;
 }
 
-}  // namespace so3d::test
+}  // namespace so3d::backend
