@@ -20,23 +20,34 @@ inline constexpr std::uint32_t so_shape_bez2 = zFourCC("BEZ2");
 
 // The animated channels of a scene item, in the order scene files number them.
 enum so_channel : std::int32_t {
-  so_channel_pos_x, so_channel_pos_y, so_channel_pos_z,
-  so_channel_heading, so_channel_pitch, so_channel_bank,  // rotation about y, x and z
-  so_channel_scale_x, so_channel_scale_y, so_channel_scale_z,
+  so_channel_pos_x,
+  so_channel_pos_y,
+  so_channel_pos_z,
+  so_channel_heading,
+  so_channel_pitch,
+  so_channel_bank,  // rotation about y, x and z
+  so_channel_scale_x,
+  so_channel_scale_y,
+  so_channel_scale_z,
   so_channel_trans,
-  so_channel_rot_off_x, so_channel_rot_off_y, so_channel_rot_off_z,
-  so_channel_crop_left, so_channel_crop_top, so_channel_crop_right, so_channel_crop_bottom,
+  so_channel_rot_off_x,
+  so_channel_rot_off_y,
+  so_channel_rot_off_z,
+  so_channel_crop_left,
+  so_channel_crop_top,
+  so_channel_crop_right,
+  so_channel_crop_bottom,
 };
 inline constexpr int so_channel_count = 17;
 
 // What an envelope does before its first key and after its last.
 enum so_end_behaviour : std::int32_t {
-  so_end_reset = 0,           // the value 0
-  so_end_constant = 1,        // the end key's value
-  so_end_repeat = 2,          // the keys again, from the first
-  so_end_oscillate = 3,       // the keys forth and back
-  so_end_offset_repeat = 4,   // repeated, each cycle offset by the keys' rise
-  so_end_linear = 5,          // along the end key's tangent
+  so_end_reset = 0,          // the value 0
+  so_end_constant = 1,       // the end key's value
+  so_end_repeat = 2,         // the keys again, from the first
+  so_end_oscillate = 3,      // the keys forth and back
+  so_end_offset_repeat = 4,  // repeated, each cycle offset by the keys' rise
+  so_end_linear = 5,         // along the end key's tangent
 };
 inline constexpr bool so_is_channel(std::int32_t channel) { return channel >= 0 && channel < so_channel_count; }
 
@@ -99,5 +110,4 @@ void so_envelope_clear_keys(so_envelope& env);
 using so_channel_value_fn = float (*)(void* item, std::int32_t channel, float time, float def);
 // A per-channel remapper: may change the time (or anything else) and
 // normally returns value(item, channel, changed time, def).
-using so_channel_eval = float (*)(void* item, so_channel_value_fn value, std::int32_t channel, float time,
-                                  float def);
+using so_channel_eval = float (*)(void* item, so_channel_value_fn value, std::int32_t channel, float time, float def);

@@ -14,8 +14,7 @@
 
 // Drive-letter rule: "C:Images/wood.jpg" becomes "C:\Images\wood.jpg" (with a
 // backslash separator). Applies only when the second character is ':'.
-void resolve_absolute_path(const char* name, zString& out,
-                           const char* separator = zFSPath::DirectoryString());
+void resolve_absolute_path(const char* name, zString& out, const char* separator = zFSPath::DirectoryString());
 
 // Common-folder rule: re-roots the stored path at the deepest of its folders
 // whose name (compared case-sensitively) is also a folder of `base_path`.

@@ -1,7 +1,6 @@
 #include "base/so_records.h"
 
-const so_screen_data* so_match_screen(const so_screen_data* screens, std::int32_t count,
-                                      const so_object_data& object) {
+const so_screen_data* so_match_screen(const so_screen_data* screens, std::int32_t count, const so_object_data& object) {
   if (!screens || count <= 0) return nullptr;
   const so_screen_data* same_screen = nullptr;
   for (std::int32_t i = 0; i < count; ++i) {

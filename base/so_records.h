@@ -40,10 +40,10 @@ struct so_vectors {
 // Per-object data a scene keeps beside the channels: which screen the object
 // shows (the scene file's ShowObject) and how it tiles.
 struct so_object_data {
-  std::int32_t flags;  // 0x2: tiled
-  float tile_x;        // tile step, percent of scale.x
-  float tile_y;        // tile step, percent of scale.y
-  std::int32_t slot;   // item number within the screen; 0 takes the entry's slot
+  std::int32_t flags;   // 0x2: tiled
+  float tile_x;         // tile step, percent of scale.x
+  float tile_y;         // tile step, percent of scale.y
+  std::int32_t slot;    // item number within the screen; 0 takes the entry's slot
   std::int32_t screen;  // screen number the object shows; matched against so_screen_data::screen
 };
 
@@ -52,9 +52,9 @@ struct so_object_data {
 // the entries and their records only during the call that receives them; it
 // keeps no pointer to the array.
 struct so_screen_data {
-  std::int32_t screen;  // screen number that objects' so_object_data::screen names
-  std::int32_t slot;    // the host's picture slot, as given to soD3DTextureManager::SetTexture
-  const zRecord* record;  // settings record; may be null; owned by the host
+  std::int32_t screen;      // screen number that objects' so_object_data::screen names
+  std::int32_t slot;        // the host's picture slot, as given to soD3DTextureManager::SetTexture
+  const zRecord* record;    // settings record; may be null; owned by the host
   std::int32_t transition;  // groups entries by transition (soSceneRenderer::GetScreensForTransition)
 };
 

@@ -29,8 +29,7 @@ std::int32_t position_count(const so_surface& surface) {
 
 bool so_surface_has_name(const so_surface& surface, std::string_view name) {
   const void* end = std::memchr(surface.name, '\0', so_surface_name_size);
-  const std::size_t length = end != nullptr ? static_cast<const char*>(end) - surface.name
-                                            : so_surface_name_size;
+  const std::size_t length = end != nullptr ? static_cast<const char*>(end) - surface.name : so_surface_name_size;
   return std::string_view(surface.name, length) == name;
 }
 
@@ -83,8 +82,7 @@ void so_surface_set_name(so_surface& surface, const char* name) {
   std::memset(surface.name, 0, so_surface_name_size);
   if (name == nullptr) return;
   const void* end = std::memchr(name, '\0', so_surface_name_size - 1);
-  const std::size_t length = end != nullptr ? static_cast<const char*>(end) - name
-                                            : so_surface_name_size - 1;
+  const std::size_t length = end != nullptr ? static_cast<const char*>(end) - name : so_surface_name_size - 1;
   std::memcpy(surface.name, name, length);
 }
 
@@ -104,8 +102,7 @@ bool so_surface_build_interleaved(so_surface& surface) {
   void* first = static_cast<unsigned char*>(block) + sizeof header;
   space -= sizeof header;
   // The slack holds a full alignment step, so std::align cannot fail here.
-  std::align(kVertexAlignment, static_cast<std::size_t>(count) * sizeof(so_interleaved_vertex),
-             first, space);
+  std::align(kVertexAlignment, static_cast<std::size_t>(count) * sizeof(so_interleaved_vertex), first, space);
   auto* out = static_cast<so_interleaved_vertex*>(first);
 
   const so_texcoord_set* set = surface.texcoords;
@@ -136,6 +133,4 @@ void so_surface_deleter::operator()(so_surface* surface) const noexcept {
   delete surface;
 }
 
-so_surface_ptr so_make_surface() noexcept {
-  return so_surface_ptr(new (std::nothrow) so_surface{});
-}
+so_surface_ptr so_make_surface() noexcept { return so_surface_ptr(new (std::nothrow) so_surface{}); }

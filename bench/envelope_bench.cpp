@@ -30,8 +30,8 @@ void BM_evaluate_envelope(benchmark::State& state) {
   so_scene_item item;
   for (std::int32_t k = 0; k < key_count; ++k) {
     // Handles and tension so every shape has real tangent work to do.
-    add_envelope_key(item, 0, static_cast<float>((k * 37) % 11), static_cast<float>(k), shape, 0.2f, -0.1f, 0.3f,
-                     -0.3f, 0.5f, 0);
+    add_envelope_key(item, 0, static_cast<float>((k * 37) % 11), static_cast<float>(k), shape, 0.2f, -0.1f, 0.3f, -0.3f,
+                     0.5f, 0);
   }
   item.env[0]->pre = 1;
   item.env[0]->post = 1;

@@ -4,11 +4,11 @@
 // 100 and 1,000 objects that each move on three keyed channels.
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
-#include <unistd.h>
 
 #include "backends/null/null_device.h"
 #include "fixtures/lwo_writer.h"

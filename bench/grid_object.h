@@ -137,8 +137,8 @@ struct GridFiles {
   const std::filesystem::path& Get(int n) {
     auto found = paths.find(n);
     if (found != paths.end()) return found->second;
-    const std::filesystem::path p =
-        std::filesystem::temp_directory_path() / ("so3d-bench-grid-" + std::to_string(n) + (screens ? "-screens" : "") + ".lwo");
+    const std::filesystem::path p = std::filesystem::temp_directory_path() /
+                                    ("so3d-bench-grid-" + std::to_string(n) + (screens ? "-screens" : "") + ".lwo");
     {
       const std::string bytes = MakeGrid(n, screens);
       std::ofstream(p, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "bench/grid_object.h"
-#include "objects/so_lightwave_object.h"
 #include "objects/lightwave/so_lwo_file.h"
+#include "objects/so_lightwave_object.h"
 
 namespace {
 

@@ -37,8 +37,7 @@ std::atomic<std::size_t> heap_peak{0};
   if (!p) return nullptr;
   const std::size_t live = heap_live += malloc_usable_size(p);
   std::size_t peak = heap_peak.load();
-  while (live > peak && !heap_peak.compare_exchange_weak(peak, live)) {
-  }
+  while (live > peak && !heap_peak.compare_exchange_weak(peak, live)) {}
   return p;
 }
 

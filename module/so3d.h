@@ -24,17 +24,17 @@
 
 // Scenes, their records and the per-screen settings.
 #include "base/so_envelope.h"
-#include "scene/so_object_settings.h"
 #include "base/so_records.h"
+#include "scene/so_object_settings.h"
 #include "scene/so_scene.h"
 #include "scene/so_scene_item.h"
 
 // Objects and their registry.
+#include "base/so_surface.h"
 #include "objects/so_lightwave_object.h"
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
 #include "objects/so_overlay_object.h"
-#include "base/so_surface.h"
 
 // Textures.
 #include "textures/so_d3d_texture_manager.h"

@@ -123,8 +123,8 @@ std::vector<std::int64_t> count_triangles(const so_lwo_file& file) {
 
 // Writes one corner's position and normal, z negated for right-handed
 // output.
-inline void put_corner(so_vector3* vertex, so_vector3* normal, const so_lwo_point* points,
-                       const so_lwo_corner& corner, float z_sign) {
+inline void put_corner(so_vector3* vertex, so_vector3* normal, const so_lwo_point* points, const so_lwo_corner& corner,
+                       float z_sign) {
   const float* p = points[corner.point].position;
   *vertex = so_vector3{p[0], p[1], p[2] * z_sign};
   *normal = so_vector3{corner.normal[0], corner.normal[1], corner.normal[2] * z_sign};
@@ -177,9 +177,7 @@ bool soLightWaveObject::LoadObject(const char* path, std::int32_t handedness) {
   if (file == nullptr) return false;
 
   try {
-    if (file->surfaces.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-      return false;
-    }
+    if (file->surfaces.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) { return false; }
     const auto count = static_cast<std::int32_t>(file->surfaces.size());
     const std::vector<std::int64_t> triangles = count_triangles(*file);
     if (triangles.size() != file->surfaces.size()) return false;
@@ -215,9 +213,7 @@ bool soLightWaveObject::LoadObject(const char* path, std::int32_t handedness) {
     surfaces = std::move(built);
     surface_count = count;
     return true;
-  } catch (const std::exception&) {
-    return false;
-  }
+  } catch (const std::exception&) { return false; }
 }
 
 std::int32_t soLightWaveObject::SurfaceCount() const { return surface_count; }

@@ -8,17 +8,16 @@ void soObject::Draw(const so_drawing_state& /*state*/) {}
 
 bool soObject::LoadObject(const char* /*path*/, std::int32_t /*handedness*/) { return false; }
 
-void soObject::RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale,
-                                    std::int32_t width, std::int32_t height, float crop_left,
-                                    float crop_top, float crop_right, float crop_bottom) {
+void soObject::RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale, std::int32_t width,
+                                    std::int32_t height, float crop_left, float crop_top, float crop_right,
+                                    float crop_bottom) {
   surface.tc_scale_u = u_scale;
   surface.tc_scale_v = v_scale;
   surface.tc_crop_left = crop_left;
   surface.tc_crop_top = crop_top;
   surface.tc_crop_right = crop_right;
   surface.tc_crop_bottom = crop_bottom;
-  generate_texture_coordinates(surface, u_scale, v_scale, width, height, crop_left, crop_top,
-                               crop_right, crop_bottom);
+  generate_texture_coordinates(surface, u_scale, v_scale, width, height, crop_left, crop_top, crop_right, crop_bottom);
 }
 
 void soObject::GetBoundingBox(so_vector3& /*min*/, so_vector3& /*max*/) {}
@@ -34,9 +33,8 @@ void soObject::create_interleaved_surface(so_surface* surface) {
   if (surface != nullptr) so_surface_build_interleaved(*surface);
 }
 
-bool soObject::update_texture_coordinates(const so_drawing_state& state, so_surface& surface,
-                                          std::int32_t /*index*/, std::int32_t width,
-                                          std::int32_t height, float u_extent, float v_extent,
+bool soObject::update_texture_coordinates(const so_drawing_state& state, so_surface& surface, std::int32_t /*index*/,
+                                          std::int32_t width, std::int32_t height, float u_extent, float v_extent,
                                           bool normalized) {
   const so_crop crop = state.vectors != nullptr ? state.vectors->crop : so_crop{0, 0, 0, 0};
   const float crop_left = u_extent * crop.left;
@@ -46,13 +44,11 @@ bool soObject::update_texture_coordinates(const so_drawing_state& state, so_surf
   const float u_scale = normalized ? 1.0f : static_cast<float>(width);
   const float v_scale = normalized ? 1.0f : static_cast<float>(height);
 
-  if (surface.tc_scale_u == u_scale && surface.tc_scale_v == v_scale &&
-      surface.tc_crop_left == crop_left && surface.tc_crop_top == crop_top &&
-      surface.tc_crop_right == crop_right && surface.tc_crop_bottom == crop_bottom) {
+  if (surface.tc_scale_u == u_scale && surface.tc_scale_v == v_scale && surface.tc_crop_left == crop_left &&
+      surface.tc_crop_top == crop_top && surface.tc_crop_right == crop_right && surface.tc_crop_bottom == crop_bottom) {
     return false;
   }
-  RebuildTextureCoords(surface, u_scale, v_scale, width, height, crop_left, crop_top, crop_right,
-                       crop_bottom);
+  RebuildTextureCoords(surface, u_scale, v_scale, width, height, crop_left, crop_top, crop_right, crop_bottom);
   return true;
 }
 
@@ -73,7 +69,6 @@ bool soObject::MoveToNextTile(so_tile_data& tile) {
 }
 
 bool soObject::HasManyTiles(const so_tile_data& tile) const {
-  const float tiles =
-      tile.area_width / (tile.tile_x * 0.01f) / (tile.tile_y * 0.01f) * tile.area_height;
+  const float tiles = tile.area_width / (tile.tile_x * 0.01f) / (tile.tile_y * 0.01f) * tile.area_height;
   return tiles >= 8.0f;
 }

@@ -37,9 +37,9 @@ class SO3D_API soObject {
   virtual so_surface* SurfaceAt(std::int32_t index) = 0;
   // Stores the scales and crop terms in the surface's coordinate cache, then
   // regenerates its coordinates with all nine arguments.
-  virtual void RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale,
-                                    std::int32_t width, std::int32_t height, float crop_left,
-                                    float crop_top, float crop_right, float crop_bottom);
+  virtual void RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale, std::int32_t width,
+                                    std::int32_t height, float crop_left, float crop_top, float crop_right,
+                                    float crop_bottom);
   // Leaves both outputs as passed here.
   virtual void GetBoundingBox(so_vector3& min, so_vector3& max);
   // Drops what the object made on a device (before a device reset or
@@ -65,9 +65,9 @@ class SO3D_API soObject {
   // differs from the cached values; returns true when it did. `normalized`
   // selects scales of 1, else `width` and `height`. `index` is unused. A
   // state without vectors counts as no crop.
-  bool update_texture_coordinates(const so_drawing_state& state, so_surface& surface,
-                                  std::int32_t index, std::int32_t width, std::int32_t height,
-                                  float u_extent, float v_extent, bool normalized);
+  bool update_texture_coordinates(const so_drawing_state& state, so_surface& surface, std::int32_t index,
+                                  std::int32_t width, std::int32_t height, float u_extent, float v_extent,
+                                  bool normalized);
 
   // Steps tile.vectors.pos one tile right, or to the first tile of the next
   // row once the current one lies past the right edge. False once the row
@@ -88,8 +88,6 @@ class SO3D_API soObject {
 // own edge. Writes texcoords (made on demand, the uv array grown when the
 // vertex count grew) and, where built, the interleaved uv0. The coordinate
 // cache is not touched. A zero extent gives non-finite coordinates.
-SO3D_API void generate_texture_coordinates(so_surface& surface, float u_scale, float v_scale,
-                                           std::int32_t width, std::int32_t height,
-                                           float crop_left, float crop_top, float crop_right,
+SO3D_API void generate_texture_coordinates(so_surface& surface, float u_scale, float v_scale, std::int32_t width,
+                                           std::int32_t height, float crop_left, float crop_top, float crop_right,
                                            float crop_bottom);
-

@@ -27,9 +27,7 @@ std::int32_t soObjectManager::CreateDrawable(soObject* source, soObject** out) {
   // registered.
   try {
     entries.reserve(entries.size() + 1);
-  } catch (const std::exception&) {
-    return -1;
-  }
+  } catch (const std::exception&) { return -1; }
   soObject* drawable = create_drawable_object(source);
   if (drawable == nullptr) return -1;
   entries.push_back(_so_object_map{1, drawable});
@@ -49,9 +47,7 @@ std::int32_t soObjectManager::FindObject(const char* name, soObject** out) {
   soLightWaveObject* object = nullptr;
   try {
     object = new soLightWaveObject(name, &TextureManager());
-  } catch (const std::exception&) {
-    return -1;
-  }
+  } catch (const std::exception&) { return -1; }
   const std::int32_t result = CreateDrawable(object, out);
   if (result != 0) delete object;
   return result;
@@ -93,8 +89,8 @@ _so_object_map* soObjectManager::get_map(const char* name) {
 
 _so_object_map* soObjectManager::get_map(soObject* object) {
   if (object == nullptr) return nullptr;
-  const auto found = std::find_if(entries.begin(), entries.end(),
-                                  [object](const _so_object_map& e) { return e.object == object; });
+  const auto found =
+      std::find_if(entries.begin(), entries.end(), [object](const _so_object_map& e) { return e.object == object; });
   return found != entries.end() ? &*found : nullptr;
 }
 
@@ -102,11 +98,7 @@ std::int32_t soObjectManager::AttachHolder(so_registry_holder* holder) {
   try {
     holders_.push_back(holder);
     return 0;
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
 }
 
-void soObjectManager::DetachHolder(so_registry_holder* holder) {
-  std::erase(holders_, holder);
-}
+void soObjectManager::DetachHolder(so_registry_holder* holder) { std::erase(holders_, holder); }

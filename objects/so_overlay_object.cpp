@@ -15,9 +15,7 @@ soOverlayObject::soOverlayObject(const char* object_name) : soObject(object_name
 
 soOverlayObject::~soOverlayObject() = default;
 
-std::int32_t soOverlayObject::SurfaceCount() const {
-  return static_cast<std::int32_t>(surfaces.size());
-}
+std::int32_t soOverlayObject::SurfaceCount() const { return static_cast<std::int32_t>(surfaces.size()); }
 
 so_surface* soOverlayObject::SurfaceAt(std::int32_t index) {
   if (index < 0 || static_cast<std::size_t>(index) >= surfaces.size()) return nullptr;
@@ -39,9 +37,7 @@ void soOverlayObject::CreateSurface(float width_in, float height_in, std::int32_
     // size has changed.
     try {
       surfaces.reserve(surfaces.size() + 1);
-    } catch (const std::bad_alloc&) {
-      return;
-    }
+    } catch (const std::bad_alloc&) { return; }
   }
 
   width = width_in * 0.01f;
@@ -56,11 +52,9 @@ void soOverlayObject::CreateSurface(float width_in, float height_in, std::int32_
   surface->power = 1.0f;
 
   const bool right_handed = handedness == so_handedness_right;
-  const so_vector3 left_quad[kQuadVertices] = {{-w, -h, 0}, {-w, h, 0}, {w, h, 0},
-                                               {-w, -h, 0}, {w, h, 0},  {w, -h, 0}};
+  const so_vector3 left_quad[kQuadVertices] = {{-w, -h, 0}, {-w, h, 0}, {w, h, 0}, {-w, -h, 0}, {w, h, 0}, {w, -h, 0}};
   // Each triangle of the left-handed quad, wound the other way.
-  const so_vector3 right_quad[kQuadVertices] = {{w, h, 0}, {-w, h, 0}, {-w, -h, 0},
-                                                {w, -h, 0}, {w, h, 0},  {-w, -h, 0}};
+  const so_vector3 right_quad[kQuadVertices] = {{w, h, 0}, {-w, h, 0}, {-w, -h, 0}, {w, -h, 0}, {w, h, 0}, {-w, -h, 0}};
   const so_vector3* corners = right_handed ? right_quad : left_quad;
   const so_vector3 normal{0, 0, right_handed ? 1.0f : -1.0f};
   for (std::int32_t i = 0; i < kQuadVertices; ++i) {

@@ -24,9 +24,9 @@ bool reserve_uv(so_texcoord_set& set, std::int32_t count) {
 
 }  // namespace
 
-void generate_texture_coordinates(so_surface& surface, float u_scale, float v_scale,
-                                  std::int32_t width, std::int32_t height, float crop_left,
-                                  float crop_top, float crop_right, float crop_bottom) {
+void generate_texture_coordinates(so_surface& surface, float u_scale, float v_scale, std::int32_t width,
+                                  std::int32_t height, float crop_left, float crop_top, float crop_right,
+                                  float crop_bottom) {
   if (!so_surface_shows_screen(surface) && surface.texture_id == 0) return;
   if (surface.texcoords == nullptr) {
     surface.texcoords = static_cast<so_texcoord_set*>(std::calloc(1, sizeof(so_texcoord_set)));
@@ -34,8 +34,7 @@ void generate_texture_coordinates(so_surface& surface, float u_scale, float v_sc
   }
   so_texcoord_set& set = *surface.texcoords;
 
-  const std::int32_t count =
-      surface.vertices != nullptr && surface.vertex_count > 0 ? surface.vertex_count : 0;
+  const std::int32_t count = surface.vertices != nullptr && surface.vertex_count > 0 ? surface.vertex_count : 0;
   float min_x = kBoundsMinStart;
   float min_y = kBoundsMinStart;
   float max_x = kBoundsMaxStart;

@@ -22,8 +22,7 @@ class SO3D_API soXIOGLDrawingFunctions : public xIUnknown {
   // to give back; 0 on success. The module takes no reference on the
   // texture (the device's SetTexture holds its own). Only handles of
   // successful calls, and never 0, are given back.
-  virtual std::int32_t GetDecorTexture(std::int32_t decorId, IDirect3DTexture9** texture,
-                                       std::int32_t* handle) = 0;
+  virtual std::int32_t GetDecorTexture(std::int32_t decorId, IDirect3DTexture9** texture, std::int32_t* handle) = 0;
   // Gives back a handle that GetDecorTexture handed out, once the texture is
   // bound on stage 1, in the same draw.
   virtual void ReleaseDecorTexture(std::int32_t handle) = 0;

@@ -88,9 +88,7 @@ soD3DDrawableObject::surface_buffer soD3DDrawableObject::create_masked_vertex_bu
   so_uv quad[quad_vertices];
   soD3DTextureManager::GenerateTextureCoords(1, 1, &quad[0].u, sizeof(so_uv));
   so_interleaved_vertex* vertices = surface.interleaved;
-  for (std::int32_t i = 0; i < count; ++i) {
-    vertices[i].uv1 = i < quad_vertices ? quad[i] : vertices[i].uv0;
-  }
+  for (std::int32_t i = 0; i < count; ++i) { vertices[i].uv1 = i < quad_vertices ? quad[i] : vertices[i].uv0; }
   return create_vertex_buffer(surface, device);
 }
 
@@ -138,8 +136,7 @@ bool soD3DDrawableObject::bind_mask_texture(const so_drawing_state& state, soXIO
   D3DXMATRIX world;
   if (SUCCEEDED(device.GetTransform(D3DTS_WORLD, &world))) {
     D3DXMATRIX scaling;
-    D3DXMatrixScaling(&scaling, std::bit_cast<float>(mask_scale_x_bits), std::bit_cast<float>(mask_scale_y_bits),
-                      1.0f);
+    D3DXMatrixScaling(&scaling, std::bit_cast<float>(mask_scale_x_bits), std::bit_cast<float>(mask_scale_y_bits), 1.0f);
     D3DXMatrixMultiply(&world, &scaling, &world);
     device.SetTransform(D3DTS_WORLD, &world);
   }
@@ -163,8 +160,8 @@ void soD3DDrawableObject::draw_surface(const so_drawing_state& state, std::int32
   float v_extent = 0;
   const bool bound = texture_manager != nullptr &&
                      texture_manager->BindTexture(*surface, data, &alpha, &width, &height, &u_extent, &v_extent);
-  const bool mask = state.record != nullptr && texture_manager != nullptr &&
-                    texture_manager->MultitexturingEnabled() && bind_mask_texture(state, decor);
+  const bool mask = state.record != nullptr && texture_manager != nullptr && texture_manager->MultitexturingEnabled() &&
+                    bind_mask_texture(state, decor);
 
   if (bound) {
     set_material(device, state.opacity);

@@ -52,7 +52,5 @@ soObject* soD3DObjectManager::create_drawable_object(soObject* source) {
   // Copying the name may throw before the drawable takes `source` over.
   try {
     return new soD3DDrawableObject(source, texture_manager);
-  } catch (const std::exception&) {
-    return nullptr;
-  }
+  } catch (const std::exception&) { return nullptr; }
 }

@@ -151,8 +151,7 @@ void soD3DSceneRenderer::draw_objects(soScene* scene, const so_screen_data* scre
     const std::int32_t matches = FindRecordsForScreen(screens, screenCount, data, found, 2);
     const zRecord* record = matches >= 1 ? found[matches >= 2 ? 1 : 0] : nullptr;
     const zRecord* other = matches >= 2 ? found[0] : nullptr;
-    if (record && !(flags & flag_keep_transforms))
-      scene->EvaluateObject(item, time, false, &vectors, &data, record);
+    if (record && !(flags & flag_keep_transforms)) scene->EvaluateObject(item, time, false, &vectors, &data, record);
 
     so_tile_data tile;
     const bool tiled = (data.flags & so_object_flag_tiled) != 0;

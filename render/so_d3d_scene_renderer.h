@@ -62,9 +62,8 @@ class SO3D_API soD3DSceneRenderer : public soSceneRenderer {
   // Sets the view from the scene's camera at `time`, multiplied by `base`
   // on the right. 0, or the scene's failure status with nothing set.
   std::int32_t place_camera(soScene* scene, float time, const D3DXMATRIX& base);
-  void draw_objects(soScene* scene, const so_screen_data* screens, std::int32_t screenCount, float time,
-                    float duration, std::uint32_t flags, soXIDrawingFunctions* drawingFunctions,
-                    std::int32_t reserved);
+  void draw_objects(soScene* scene, const so_screen_data* screens, std::int32_t screenCount, float time, float duration,
+                    std::uint32_t flags, soXIDrawingFunctions* drawingFunctions, std::int32_t reserved);
   void draw_objects_sub(soScene& scene, const so_screen_data* screens, std::int32_t screenCount, float time,
                         float duration, std::uint32_t flags, soXIDrawingFunctions* drawingFunctions,
                         std::int32_t reserved);

@@ -1,8 +1,8 @@
 #pragma once
 // Conversions from the module's records to Direct3D matrices.
 #include "base/so3d_export.h"
-#include "platform/d3dx/d3dx_math.h"
 #include "base/so_records.h"
+#include "platform/d3dx/d3dx_math.h"
 
 class SO3D_API soD3DUtils {
  public:

@@ -24,9 +24,8 @@ class SO3D_API soDrawableObject : public soObject {
   bool LoadObject(const char* path, std::int32_t handedness) override;
   std::int32_t SurfaceCount() const override;
   so_surface* SurfaceAt(std::int32_t index) override;
-  void RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale, std::int32_t width,
-                            std::int32_t height, float crop_left, float crop_top, float crop_right,
-                            float crop_bottom) override;
+  void RebuildTextureCoords(so_surface& surface, float u_scale, float v_scale, std::int32_t width, std::int32_t height,
+                            float crop_left, float crop_top, float crop_right, float crop_bottom) override;
   void GetBoundingBox(so_vector3& min, so_vector3& max) override;
   // Nothing to release here; the wrapped object keeps its own resources.
   void ReleaseDeviceDependentResources() override;

@@ -88,8 +88,7 @@ const zRecord* soSceneRenderer::FindRecordForScreen(const so_screen_data* screen
 }
 
 std::int32_t soSceneRenderer::GetScreensForTransition(const so_screen_data* screens, std::int32_t screenCount,
-                                                      std::int32_t transition,
-                                                      const so_screen_data** first) const {
+                                                      std::int32_t transition, const so_screen_data** first) const {
   if (first) *first = screens;
   if (!screens) return 0;
   std::int32_t count = 0;

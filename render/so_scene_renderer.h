@@ -9,8 +9,8 @@
 #include <cstdint>
 
 #include "base/so3d_export.h"
-#include "base/so_surface.h"
 #include "base/so_records.h"
+#include "base/so_surface.h"
 #include "scene/so_scene.h"
 
 class soDrawingCallback;
@@ -40,9 +40,9 @@ class SO3D_API soSceneRenderer {
   // nested sub-scenes. `drawingFunctions` may be null; pass 0 for
   // `reserved`. `viewMatrix` is null or a D3DMATRIX used as the view instead
   // of the scene's camera. Nothing is kept after the call.
-  virtual void Draw(soScene* scene, const so_screen_data* screens, std::int32_t screenCount, float time,
-                    float duration, std::uint32_t flags, soXIDrawingFunctions* drawingFunctions,
-                    std::int32_t reserved, void* viewMatrix) = 0;
+  virtual void Draw(soScene* scene, const so_screen_data* screens, std::int32_t screenCount, float time, float duration,
+                    std::uint32_t flags, soXIDrawingFunctions* drawingFunctions, std::int32_t reserved,
+                    void* viewMatrix) = 0;
 
   // Keeps `callbacks` for the host, replacing the previous pointer; not
   // owned and never called.
@@ -75,12 +75,11 @@ class SO3D_API soSceneRenderer {
                                      const so_object_data& object) const;
   // How many screens belong to `transition`. *first is set to the first of
   // them, or to `screens` when there is none.
-  std::int32_t GetScreensForTransition(const so_screen_data* screens, std::int32_t screenCount,
-                                       std::int32_t transition, const so_screen_data** first) const;
+  std::int32_t GetScreensForTransition(const so_screen_data* screens, std::int32_t screenCount, std::int32_t transition,
+                                       const so_screen_data** first) const;
   // Tile data of a tiled object: its vectors, its tile steps, and the
   // scene's frame as the area to fill.
-  void MakeTileData(so_tile_data& tile, so_vectors& vectors, const so_object_data& object,
-                    const soScene& scene) const;
+  void MakeTileData(so_tile_data& tile, so_vectors& vectors, const so_object_data& object, const soScene& scene) const;
 
   // Entries the drawing order has room for without growing.
   std::uint32_t depth_sort_capacity() const { return depth_capacity_; }

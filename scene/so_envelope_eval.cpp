@@ -57,8 +57,7 @@ float outgoing_tangent(const so_envelope_key& key0, const so_envelope_key& key1)
       const float span = key0.param[3] * (key1.time - key0.time);
       return std::fabs(key0.param[2]) > 0.00001f ? span / key0.param[2] : span * 100000.0f;
     }
-    default:
-      return 0.0f;
+    default: return 0.0f;
   }
 }
 
@@ -83,8 +82,7 @@ float incoming_tangent(const so_envelope_key& key0, const so_envelope_key& key1)
       const float span = key1.param[1] * (key1.time - key0.time);
       return std::fabs(key1.param[0]) > 0.00001f ? span / key1.param[0] : span * 100000.0f;
     }
-    default:
-      return 0.0f;
+    default: return 0.0f;
   }
 }
 
@@ -162,13 +160,9 @@ float evaluate_envelope(const so_envelope* env, float time) {
   const bool before = time < first.time;
   if (before || time > last.time) {
     switch (before ? env->pre : env->post) {
-      case so_end_reset:
-        return 0.0f;
-      case so_end_constant:
-        return before ? first.value : last.value;
-      case so_end_repeat:
-        time = wrap_time(time, first.time, last.time).time;
-        break;
+      case so_end_reset: return 0.0f;
+      case so_end_constant: return before ? first.value : last.value;
+      case so_end_repeat: time = wrap_time(time, first.time, last.time).time; break;
       case so_end_oscillate: {
         const wrapped_time w = wrap_time(time, first.time, last.time);
         time = w.cycle % 2 != 0 ? (last.time - first.time) - w.time : w.time;
@@ -188,8 +182,7 @@ float evaluate_envelope(const so_envelope* env, float time) {
           const so_envelope_key& k = *last.prev;
           return last.value + ratio(incoming_tangent(k, last), last.time - k.time) * (time - last.time);
         }
-      default:
-        break;  // the time stays as it is
+      default: break;  // the time stays as it is
     }
   }
 
@@ -213,18 +206,15 @@ float evaluate_envelope(const so_envelope* env, float time) {
       const float h1 = 1.0f - h2;
       const float h3 = t3 - 2.0f * t2 + t;
       const float h4 = t3 - t2;
-      return h1 * key0.value + h2 * key1.value + h3 * outgoing_tangent(key0, key1) +
-             h4 * incoming_tangent(key0, key1) + offset;
+      return h1 * key0.value + h2 * key1.value + h3 * outgoing_tangent(key0, key1) + h4 * incoming_tangent(key0, key1) +
+             offset;
     }
-    case so_shape_bez2:
-      return bezier_span_value(key0, key1, time) + offset;
+    case so_shape_bez2: return bezier_span_value(key0, key1, time) + offset;
     case so_shape_line: {
       const float t = ratio(time - key0.time, key1.time - key0.time);
       return key0.value + t * (key1.value - key0.value) + offset;
     }
-    case so_shape_step:
-      return key0.value + offset;
-    default:
-      return offset;
+    case so_shape_step: return key0.value + offset;
+    default: return offset;
   }
 }

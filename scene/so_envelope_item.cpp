@@ -20,7 +20,8 @@ so_envelope* channel_envelope(so_scene_item& item, std::int32_t channel) {
 // from the first key (whose time the caller has checked).
 std::size_t last_key_at_or_before(const so_envelope& env, float time) {
   return so3d::envelope::first_key_not(env.key_nodes, env.keys_ordered,
-                                       [time](float key_time) { return key_time <= time; }) - 1;
+                                       [time](float key_time) { return key_time <= time; }) -
+         1;
 }
 
 so_envelope_key* add_key(so_envelope& env, const so_envelope_key& key) {
@@ -42,14 +43,14 @@ so_envelope_key* add_key(so_envelope& env, const so_envelope_key& key) {
 
 // so_vectors in channel order: heading (3) is rot.y and pitch (4) rot.x.
 channel_array to_channels(const so_vectors& v) {
-  return {v.pos.x,     v.pos.y,     v.pos.z,     v.rot.y,     v.rot.x,      v.rot.z,
-          v.scale.x,   v.scale.y,   v.scale.z,   v.trans,     v.rot_off.x,  v.rot_off.y,
-          v.rot_off.z, v.crop.left, v.crop.top,  v.crop.right, v.crop.bottom};
+  return {v.pos.x,     v.pos.y,     v.pos.z,    v.rot.y,      v.rot.x,      v.rot.z,
+          v.scale.x,   v.scale.y,   v.scale.z,  v.trans,      v.rot_off.x,  v.rot_off.y,
+          v.rot_off.z, v.crop.left, v.crop.top, v.crop.right, v.crop.bottom};
 }
 
 so_vectors from_channels(const channel_array& c) {
-  return so_vectors{{c[0], c[1], c[2]},   {c[4], c[3], c[5]},     {c[6], c[7], c[8]},
-                    c[9],                 {c[10], c[11], c[12]}, {c[13], c[14], c[15], c[16]}};
+  return so_vectors{{c[0], c[1], c[2]},    {c[4], c[3], c[5]},          {c[6], c[7], c[8]}, c[9],
+                    {c[10], c[11], c[12]}, {c[13], c[14], c[15], c[16]}};
 }
 
 }  // namespace
@@ -132,8 +133,8 @@ std::int32_t copy_item_channels(const so_scene_item& from, so_scene_item& to) {
       const so_envelope_key& k = *node;
       // Added as TCB, then given the source's id, which may be one that no
       // scene-file shape number maps to.
-      so_envelope_key* copy = add_envelope_key(to, ch, k.value, k.time, 0, k.tension, k.continuity, k.bias,
-                                               k.param[0], k.param[1], k.param[2]);
+      so_envelope_key* copy = add_envelope_key(to, ch, k.value, k.time, 0, k.tension, k.continuity, k.bias, k.param[0],
+                                               k.param[1], k.param[2]);
       if (!copy) {
         result = -1;
         break;

@@ -12,9 +12,7 @@ so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, 
   k->next = position < nodes.size() ? nodes[position].get() : nullptr;
   try {
     nodes.insert(nodes.begin() + static_cast<std::ptrdiff_t>(position), std::move(node));
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  } catch (const std::bad_alloc&) { return nullptr; }
   if (k->prev) k->prev->next = k;
   if (k->next) k->next->prev = k;
   // Written so that a NaN time also counts as out of order.

@@ -202,8 +202,7 @@ std::int32_t soLightWaveScene::AmbientLight(float time, bool set, float* intensi
   return 0;
 }
 
-std::int32_t soLightWaveScene::LightVectors(std::int32_t index, float time, bool set, so_vectors* v,
-                                            so_light_data* d) {
+std::int32_t soLightWaveScene::LightVectors(std::int32_t index, float time, bool set, so_vectors* v, so_light_data* d) {
   so_scene_item* light = light_at(index);
   if (!light || !v || !d) return -1;
   if (set) {
@@ -262,9 +261,7 @@ std::int32_t soLightWaveScene::AddObject(soObject* object) {
     item = std::make_unique<so_scene_item>();
     object_refs_.reserve(object_refs_.size() + 1);
     items_.reserve(items_.size() + 1);
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
   item->object = object;
   if (object) ReferenceObject(object);
   object_refs_.push_back(object);
@@ -275,8 +272,6 @@ std::int32_t soLightWaveScene::AddObject(soObject* object) {
 std::int32_t soLightWaveScene::AddLight() {
   try {
     lights_.push_back(std::make_unique<so_scene_item>());
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
   return static_cast<std::int32_t>(lights_.size()) - 1;
 }

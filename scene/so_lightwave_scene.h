@@ -103,7 +103,7 @@ class soLightWaveScene : public soScene {
 
   char line_[max_line_length + 2] = {};
   char path_[max_path_length + 1] = {};
-  std::vector<soObject*> object_refs_;  // one registry count each
+  std::vector<soObject*> object_refs_;                 // one registry count each
   std::vector<std::unique_ptr<so_scene_item>> items_;  // parallel to object_refs_
   std::vector<std::unique_ptr<so_scene_item>> lights_;
   std::int32_t channel_count_ = 0;
@@ -114,7 +114,7 @@ class soLightWaveScene : public soScene {
   std::unique_ptr<so_scene_item> camera_;
   bool loaded_ = false;
   so3d::read_failure read_failure_;
-  std::int32_t revision_ = 0;      // the file's second line
-  std::int32_t line_number_ = 0;   // of the line being parsed
+  std::int32_t revision_ = 0;        // the file's second line
+  std::int32_t line_number_ = 0;     // of the line being parsed
   std::int32_t report_object_ = -1;  // the report entry of the current item
 };

@@ -22,25 +22,25 @@
 // What happened to one object line of a scene file.
 enum class so_object_outcome : std::int32_t {
   loaded,
-  not_found,     // no candidate path named a file that could be opened
-  unreadable,    // a file was found but did not load: `failure` says why and where
-  not_supported, // a line form the faithful reader skips (later revisions, with the options off)
+  not_found,      // no candidate path named a file that could be opened
+  unreadable,     // a file was found but did not load: `failure` says why and where
+  not_supported,  // a line form the faithful reader skips (later revisions, with the options off)
 };
 
 struct so_report_object {
-  std::int32_t line = 0;     // 1-based line of the scene file
-  std::string name;          // as written
-  std::string path;          // where it was found ("" unless loaded or unreadable)
+  std::int32_t line = 0;           // 1-based line of the scene file
+  std::string name;                // as written
+  std::string path;                // where it was found ("" unless loaded or unreadable)
   std::vector<std::string> tried;  // every candidate path, in order
   so_object_outcome outcome = so_object_outcome::not_found;
-  so3d::read_failure failure;      // for unreadable files
+  so3d::read_failure failure;  // for unreadable files
   std::int32_t points = 0, polygons = 0, surfaces = 0, triangles = 0;
   std::vector<std::string> screen_surfaces;  // surfaces that show a screen
-  std::int32_t screen = 0;         // the screen its ShowObject line names
+  std::int32_t screen = 0;                   // the screen its ShowObject line names
 };
 
 struct so_report_image {
-  std::string name;  // as the object file names it
+  std::string name;    // as the object file names it
   bool found = false;  // set by LoadTextures: the image was read and uploaded
 };
 
@@ -50,14 +50,14 @@ struct so_report_line {
 };
 
 struct SO3D_API so_load_report {
-  std::string scene;                // the path given to Load
-  std::int32_t revision = 0;        // the file's format revision (second line)
-  so3d::read_failure failure;       // why the reading stopped early, if it did
+  std::string scene;           // the path given to Load
+  std::int32_t revision = 0;   // the file's format revision (second line)
+  so3d::read_failure failure;  // why the reading stopped early, if it did
   std::vector<so_report_object> objects;
   std::vector<so_report_image> images;
   std::vector<so_report_line> ignored;
   std::int32_t lights = 0;
-  bool camera = false;              // an AddCamera line was read
+  bool camera = false;  // an AddCamera line was read
   float ambient_intensity = 0.0f;
   float ambient_color[3] = {0, 0, 0};
 

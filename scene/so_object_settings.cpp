@@ -17,8 +17,8 @@ void soObjectSettings::InitalizeRecordNames() {
 
 void so_apply_settings(so_vectors& v, const zRecord* record) {
   if (!record) return;
-  static constexpr std::uint32_t ids[6] = {so_id_pos, so_id_rot, so_id_scale, so_id_rot_off, so_id_trans,
-                                           so_id_crop_rect};
+  static constexpr std::uint32_t ids[6] = {so_id_pos,     so_id_rot,   so_id_scale,
+                                           so_id_rot_off, so_id_trans, so_id_crop_rect};
   const zVariable missing;
   const zVariable* vars[6];
   record->VariableGetList(ids, vars, 6, &missing);

@@ -6,9 +6,9 @@
 #include <cstdint>
 
 #include "base/so3d_export.h"
+#include "base/so_records.h"
 #include "platform/foundation/z_record.h"
 #include "platform/foundation/z_types.h"
-#include "base/so_records.h"
 
 // Variable ids of the settings records.
 inline constexpr std::uint32_t so_id_build_in_out = zFourCC("soBl");  // rect

@@ -9,9 +9,7 @@
 soScene* soScene::Factory(soTextureManager& textures, soObjectManager& objects) {
   try {
     return new soLightWaveScene(textures, objects);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  } catch (const std::bad_alloc&) { return nullptr; }
 }
 
 // A scene keeps its texture registry alive and is told when its object

@@ -30,8 +30,8 @@ class zRecord;
 
 // One drawing-order entry: the renderer draws entries in array order.
 struct so_depth_entry {
-  float depth;           // sort key: greater depths draw first
-  std::uint32_t index;   // object item
+  float depth;          // sort key: greater depths draw first
+  std::uint32_t index;  // object item
 };
 
 // The screen entries a sub-scene record keeps per side.
@@ -107,14 +107,13 @@ class SO3D_API soScene {
   virtual std::int32_t AmbientLight(float time, bool set, float* intensity, so_vector3* color) = 0;
   // Light `index`'s channels and its type, colour, intensity and cone (set
   // stores `d`, get copies it out). -1 past the lights or for a null pointer.
-  virtual std::int32_t LightVectors(std::int32_t index, float time, bool set, so_vectors* v,
-                                    so_light_data* d) = 0;
+  virtual std::int32_t LightVectors(std::int32_t index, float time, bool set, so_vectors* v, so_light_data* d) = 0;
   // The object's channels at `time` (get) or keys at `time` (set), with the
   // settings record `r` applied unless null or the scene was interpolated.
   // `d` (may be null) receives or gives the object data. -1 past the end,
   // with nothing touched.
-  virtual std::int32_t EvaluateObject(std::int32_t index, float time, bool set, so_vectors* v,
-                                      so_object_data* d, const zRecord* r) = 0;
+  virtual std::int32_t EvaluateObject(std::int32_t index, float time, bool set, so_vectors* v, so_object_data* d,
+                                      const zRecord* r) = 0;
   // Puts remapper `fn` (null removes it) on one channel of object item
   // `index`; an unknown item or channel is ignored.
   virtual void SetObjectEval(std::int32_t index, so_channel_eval fn, std::int32_t channel) = 0;

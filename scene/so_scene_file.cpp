@@ -4,12 +4,12 @@
 #include <cstring>
 #include <new>
 
+#include "base/so_file_paths.h"
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
 #include "platform/foundation/z_file_stream.h"
 #include "scene/so_envelope_eval.h"
 #include "scene/so_lightwave_scene.h"
-#include "base/so_file_paths.h"
 
 namespace {
 
@@ -40,15 +40,24 @@ constexpr struct {
   const char* text;
   Keyword keyword;
 } keywords[] = {
-    {"LoadObjectLayer", Keyword::kLoadObjectLayer}, {"ShowObject", Keyword::kShowObject},
-    {"AddCamera", Keyword::kAddCamera},             {"AmbientColor", Keyword::kAmbientColor},
-    {"AmbientIntensity", Keyword::kAmbientIntensity}, {"AddLight", Keyword::kAddLight},
-    {"LightType", Keyword::kLightType},             {"LightConeAngle", Keyword::kLightConeAngle},
-    {"LightIntensity", Keyword::kLightIntensity},   {"LightColor", Keyword::kLightColor},
-    {"NumChannels", Keyword::kNumChannels},         {"Channel", Keyword::kChannel},
-    {"TargetItem", Keyword::kTargetItem},           {"PivotPosition", Keyword::kPivotPosition},
-    {"Envelope", Keyword::kEnvelope},               {"Key", Keyword::kKey},
-    {"LoadObject ", Keyword::kLoadObject},          {"Behaviors", Keyword::kBehaviors},
+    {"LoadObjectLayer", Keyword::kLoadObjectLayer},
+    {"ShowObject", Keyword::kShowObject},
+    {"AddCamera", Keyword::kAddCamera},
+    {"AmbientColor", Keyword::kAmbientColor},
+    {"AmbientIntensity", Keyword::kAmbientIntensity},
+    {"AddLight", Keyword::kAddLight},
+    {"LightType", Keyword::kLightType},
+    {"LightConeAngle", Keyword::kLightConeAngle},
+    {"LightIntensity", Keyword::kLightIntensity},
+    {"LightColor", Keyword::kLightColor},
+    {"NumChannels", Keyword::kNumChannels},
+    {"Channel", Keyword::kChannel},
+    {"TargetItem", Keyword::kTargetItem},
+    {"PivotPosition", Keyword::kPivotPosition},
+    {"Envelope", Keyword::kEnvelope},
+    {"Key", Keyword::kKey},
+    {"LoadObject ", Keyword::kLoadObject},
+    {"Behaviors", Keyword::kBehaviors},
 };
 
 Keyword match_keyword(const char* line) {
@@ -66,9 +75,7 @@ std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
       *report = so_load_report{};
       report->scene = path ? path : "";
     }
-  } catch (const std::bad_alloc&) {
-    report = nullptr;
-  }
+  } catch (const std::bad_alloc&) { report = nullptr; }
   revision_ = 0;
   line_number_ = 0;
   report_object_ = -1;
@@ -189,9 +196,7 @@ void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
       add_envelope_key(*ambient_, 3, intensity, 0.0f, 0, 0, 0, 0, 0, 0, 0);
       break;
     }
-    case Keyword::kAddLight:
-      current_ = light_at(AddLight());
-      break;
+    case Keyword::kAddLight: current_ = light_at(AddLight()); break;
     case Keyword::kLightType: {
       long type = -1;
       if (!current || std::sscanf(line, "LightType %ld", &type) != 1) break;
@@ -251,9 +256,7 @@ void soLightWaveScene::parse_line(const char* line, std::int32_t handedness) {
       if (modern && current && so_is_channel(current_channel_)) key_behaviours(line);
       if (!modern) note_ignored(line);
       break;
-    case Keyword::kNone:
-      note_ignored(line);
-      break;
+    case Keyword::kNone: note_ignored(line); break;
   }
 }
 
@@ -266,8 +269,7 @@ void soLightWaveScene::key_pivot(const char* line) {
 void soLightWaveScene::key_channel(const char* line) {
   float value = 0, time = 0, p[6] = {0, 0, 0, 0, 0, 0};
   long shape = 0;
-  std::sscanf(line, "Key %f %f %ld %f %f %f %f %f %f", &value, &time, &shape, &p[0], &p[1], &p[2], &p[3], &p[4],
-              &p[5]);
+  std::sscanf(line, "Key %f %f %ld %f %f %f %f %f %f", &value, &time, &shape, &p[0], &p[1], &p[2], &p[3], &p[4], &p[5]);
   if (current_channel_ == so_channel_scale_z && value != 1.0f) value = 1.0f;  // depth scale is always 1
   // Out-of-range shape numbers all mean the last shape; clamp before
   // narrowing so a huge number cannot wrap to a small one.

@@ -48,9 +48,7 @@ void soD3DTextureManager::SetTexture(std::int32_t slot, std::int32_t screen, IDi
     try {
       records_.push_back(std::make_unique<_directx_texture>());
       record = records_.back().get();
-    } catch (const std::bad_alloc&) {
-      record = &spare;
-    }
+    } catch (const std::bad_alloc&) { record = &spare; }
   }
   record->slot = slot;
   record->screen = screen;

@@ -69,8 +69,8 @@ class SO3D_API soD3DTextureManager : public soTextureManager {
   // type, pixel size and extents; each pointer may be null. False when there
   // is none, and for a screen surface of an object whose screen is negative
   // (even when its slot has a record).
-  bool BindTexture(const so_surface& surface, const so_object_data& data, so_alpha_type* alpha,
-                   std::int32_t* width, std::int32_t* height, float* u_extent, float* v_extent) override;
+  bool BindTexture(const so_surface& surface, const so_object_data& data, so_alpha_type* alpha, std::int32_t* width,
+                   std::int32_t* height, float* u_extent, float* v_extent) override;
   // Forgets every host texture; the records stay for reuse.
   void UnbindAll() override;
   // Whether the surface has a texture. Unlike BindTexture it does not test

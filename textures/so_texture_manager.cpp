@@ -2,16 +2,15 @@
 
 #include <new>
 
-#include "platform/foundation/z_id_generator.h"
 #include "base/so_file_paths.h"
+#include "platform/foundation/z_id_generator.h"
 
 soTextureManager::soTextureManager() {
   // Without memory for the lock the registry still works, unguarded, for
   // the single caller that the module has.
   try {
     lock_ = zCritical::Factory(1);
-  } catch (const std::bad_alloc&) {
-  }
+  } catch (const std::bad_alloc&) {}
 }
 
 soTextureManager::~soTextureManager() = default;
@@ -37,9 +36,7 @@ std::int32_t soTextureManager::AddDecorTexture(const char* name, std::int32_t id
   if (find_entry(id)) return 0;
   try {
     entries_.push_back(std::make_unique<_ro_texture_entry>(_ro_texture_entry{zString(name), id}));
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
   return 0;
 }
 
@@ -55,9 +52,7 @@ std::int32_t soTextureManager::AddTexture(const char* name, std::int32_t* id) {
     const std::int32_t fresh = zIDGenerator::Generate('x');
     entries_.push_back(std::make_unique<_ro_texture_entry>(_ro_texture_entry{zString(name), fresh}));
     *id = fresh;
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
   return 0;
 }
 
@@ -80,9 +75,7 @@ std::int32_t soTextureManager::OpenAndUploadTexture(std::int32_t id, const char*
     candidate = zString();
     resolve_relative_to_base(entry->name.CString(), candidate, base_path);
     return make_bitmap(candidate.CString(), id) ? 0 : -1;
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  } catch (const std::bad_alloc&) { return -1; }
 }
 
 const char* soTextureManager::TextureName(std::int32_t id) const {

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "base/so3d_export.h"
+#include "base/so_records.h"
 #include "platform/foundation/x_unknown.h"
 #include "platform/foundation/z_critical.h"
 #include "platform/foundation/z_string.h"
-#include "base/so_records.h"
 
 struct so_surface;
 

@@ -34,16 +34,12 @@ bool ContactSheet::Add(const std::vector<std::uint8_t>& rgba) {
   frame.height = std::int32_t(height_);
   try {
     frame.bgra = rgba;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  } catch (const std::bad_alloc&) { return false; }
   if (so3d::image::Scale(frame, std::int32_t(thumb_w_), std::int32_t(thumb_h_), thumb) != so3d::image::Status::ok)
     return false;
   try {
     thumbs_.push_back(std::move(thumb.bgra));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  } catch (const std::bad_alloc&) { return false; }
   return true;
 }
 

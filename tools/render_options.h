@@ -11,20 +11,20 @@ struct RenderOptions {
   unsigned width = 720;
   unsigned height = 480;
   int frames = 25;
-  float from = 0.0f;  // time of the first frame
-  float to = 2.0f;    // time of the last frame
+  float from = 0.0f;    // time of the first frame
+  float to = 2.0f;      // time of the last frame
   float time_a = 0.0f;  // scene times of A and B in a transition
   float time_b = 0.0f;
-  std::string nest;  // carrier scene: draw A and B inside it instead of morphing
+  std::string nest;                    // carrier scene: draw A and B inside it instead of morphing
   std::map<int, std::string> screens;  // screen number → picture file
   std::string out = ".";
   std::string sheet;
   int columns = 5;
   std::uint32_t background = 0xFF000000;  // A8R8G8B8
-  std::vector<std::string> scenes;  // one or two
-  std::string content;   // content folder for object and image names
-  bool faithful = false; // read scenes exactly as a host with no load options does
-  bool strict = false;   // warnings about what a scene loaded end the run (status 3)
+  std::vector<std::string> scenes;        // one or two
+  std::string content;                    // content folder for object and image names
+  bool faithful = false;                  // read scenes exactly as a host with no load options does
+  bool strict = false;                    // warnings about what a scene loaded end the run (status 3)
   bool help = false;
 };
 

@@ -40,8 +40,8 @@ void print_registrations() {
   std::printf("module code 0x%08X '%s', booted %s\n", unsigned(so_module_code), four(so_module_code).c_str(),
               zBoot::IsBooted(so_module_code) ? "yes" : "no");
   std::printf("settings-record names:\n");
-  const std::uint32_t ids[] = {so_id_build_in_out, so_id_pos,        so_id_rot,       so_id_scale,
-                               so_id_rot_off,      so_id_trans,      so_id_draw_mode, so_id_scroll_pos,
+  const std::uint32_t ids[] = {so_id_build_in_out, so_id_pos,         so_id_rot,       so_id_scale,
+                               so_id_rot_off,      so_id_trans,       so_id_draw_mode, so_id_scroll_pos,
                                so_id_crop_rect,    so_id_border_decor};
   for (std::uint32_t id : ids)
     std::printf("  '%s' 0x%08X  %s\n", four(id).c_str(), id,
@@ -66,8 +66,8 @@ bool print_object(const char* path) {
   }
   for (const auto& surface : file->surfaces) {
     if (!surface) continue;
-    const bool screen = surface->name == "One" || surface->name == "Two" || surface->name == "Three" ||
-                        surface->name == "Four";
+    const bool screen =
+        surface->name == "One" || surface->name == "Two" || surface->name == "Three" || surface->name == "Four";
     const float* c = surface->color.rgb;
     std::printf("  surface \"%s\": colour (%.3g %.3g %.3g)%s\n", surface->name.c_str(), c[0], c[1], c[2],
                 screen ? ", shows a screen" : "");
@@ -201,7 +201,8 @@ int main(int argc, char** argv) {
     return traced ? 0 : 1;
   }
   bool all = true;
-  for (const std::string& f : files) all = (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str())) && all;
+  for (const std::string& f : files)
+    all = (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str())) && all;
   zBoot::ShutdownAll();
   return all ? 0 : 1;
 }

@@ -121,10 +121,9 @@ int Run(const RenderOptions& o) {
   std::vector<Screen> screens(screen_count);
   for (int n = 0; n < screen_count; ++n) {
     const auto given = o.screens.find(n);
-    const bool ok = given != o.screens.end()
-                        ? LoadPicture(*device, given->second, screens[std::size_t(n)])
-                        : Upload(*device, so3d::tools::TestPicture(n, o.width, o.height), o.width, o.height,
-                                 screens[std::size_t(n)]);
+    const bool ok = given != o.screens.end() ? LoadPicture(*device, given->second, screens[std::size_t(n)])
+                                             : Upload(*device, so3d::tools::TestPicture(n, o.width, o.height), o.width,
+                                                      o.height, screens[std::size_t(n)]);
     if (!ok) return 1;
   }
 

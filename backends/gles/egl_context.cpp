@@ -96,8 +96,17 @@ bool EglContext::Open(EGLDisplay display, const char* platform, EGLContext share
     ~RestoreApi() { eglBindAPI(api); }
   } restore{api};
 
-  const EGLint config_attributes[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES3_BIT, EGL_SURFACE_TYPE, EGL_PBUFFER_BIT,
-                                      EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_NONE};
+  const EGLint config_attributes[] = {EGL_RENDERABLE_TYPE,
+                                      EGL_OPENGL_ES3_BIT,
+                                      EGL_SURFACE_TYPE,
+                                      EGL_PBUFFER_BIT,
+                                      EGL_RED_SIZE,
+                                      8,
+                                      EGL_GREEN_SIZE,
+                                      8,
+                                      EGL_BLUE_SIZE,
+                                      8,
+                                      EGL_NONE};
   EGLConfig config = nullptr;
   EGLint configs = 0;
   if (!eglChooseConfig(display, config_attributes, &config, 1, &configs)) configs = 0;

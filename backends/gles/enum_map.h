@@ -25,8 +25,8 @@ GLenum TextureAddress(DWORD address);
 GLenum PrimitiveMode(D3DPRIMITIVETYPE type);
 std::uint64_t VerticesFor(D3DPRIMITIVETYPE type, UINT primitives);
 
-bool TextureOpSupported(DWORD op);   // DISABLE, SELECTARG1, SELECTARG2, MODULATE
-bool TextureArgSupported(DWORD arg); // DIFFUSE, CURRENT, TEXTURE, TFACTOR, no modifiers
+bool TextureOpSupported(DWORD op);    // DISABLE, SELECTARG1, SELECTARG2, MODULATE
+bool TextureArgSupported(DWORD arg);  // DIFFUSE, CURRENT, TEXTURE, TFACTOR, no modifiers
 
 // The dirty group a render state belongs to; 0 for a state the device does
 // not know. RenderStateValid checks the value against the state's range.
@@ -38,9 +38,9 @@ bool RenderStateValid(D3DRENDERSTATETYPE state, DWORD value);
 struct VertexLayout {
   static constexpr std::uint32_t max_sets = 8;
   bool valid = false;
-  std::uint32_t size = 0;        // bytes a vertex
-  std::int32_t diffuse = -1;     // offset of the D3DCOLOR, or -1
-  std::uint32_t set_count = 0;   // texture coordinate sets
+  std::uint32_t size = 0;                      // bytes a vertex
+  std::int32_t diffuse = -1;                   // offset of the D3DCOLOR, or -1
+  std::uint32_t set_count = 0;                 // texture coordinate sets
   std::array<std::uint32_t, max_sets> sets{};  // offset of each set
 };
 VertexLayout LayoutOf(DWORD fvf);

@@ -14,9 +14,9 @@
 namespace so3d::gles {
 
 struct GlCallCounts {
-  std::uint64_t state = 0;       // capabilities, blend/depth/cull, masks, viewport, scissor, clear values
-  std::uint64_t binds = 0;       // program, vertex array, buffers, textures, samplers, active unit
-  std::uint64_t samplers = 0;    // sampler parameters
+  std::uint64_t state = 0;     // capabilities, blend/depth/cull, masks, viewport, scissor, clear values
+  std::uint64_t binds = 0;     // program, vertex array, buffers, textures, samplers, active unit
+  std::uint64_t samplers = 0;  // sampler parameters
   std::uint64_t uniforms = 0;
   std::uint64_t attributes = 0;  // vertex attribute pointers and enables
   std::uint64_t uploads = 0;     // texture and buffer contents

@@ -66,9 +66,7 @@ HRESULT GlesDevice::Create(const DeviceOptions& options, GlesDevice** out, std::
   std::shared_ptr<GlesRuntime> runtime;
   try {
     runtime = std::make_shared<GlesRuntime>();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
   const bool hosted = options.display != EGL_NO_DISPLAY;
   runtime->egl = hosted ? EglContext::CreateOn(options.display, options.share_context, why) : EglContext::Create(why);
   if (!runtime->egl) return E_FAIL;
@@ -302,9 +300,7 @@ HRESULT GlesDevice::SetFVF(DWORD FVF) {
   return D3D_OK;
 }
 
-HRESULT GlesDevice::SetVertexShader(IDirect3DVertexShader9* pShader) {
-  return pShader ? D3DERR_INVALIDCALL : D3D_OK;
-}
+HRESULT GlesDevice::SetVertexShader(IDirect3DVertexShader9* pShader) { return pShader ? D3DERR_INVALIDCALL : D3D_OK; }
 
 HRESULT GlesDevice::SetStreamSource(UINT StreamNumber, IDirect3DVertexBuffer9* pStreamData, UINT OffsetInBytes,
                                     UINT Stride) {
@@ -365,8 +361,7 @@ void GlesDevice::apply_material() {
   const auto global = Rgba(D3DCOLOR(r[D3DRS_AMBIENT]));
   const float sources[4] = {FromVertex(r[D3DRS_EMISSIVEMATERIALSOURCE], has_colour),
                             FromVertex(r[D3DRS_AMBIENTMATERIALSOURCE], has_colour),
-                            FromVertex(r[D3DRS_DIFFUSEMATERIALSOURCE], has_colour),
-                            r[D3DRS_LIGHTING] ? 1.0f : 0.0f};
+                            FromVertex(r[D3DRS_DIFFUSEMATERIALSOURCE], has_colour), r[D3DRS_LIGHTING] ? 1.0f : 0.0f};
   const float vertex_colour = has_colour ? 1.0f : 0.0f;
   cache.UniformFloats(program_.emissive, emissive.data(), 4);
   cache.UniformFloats(program_.ambient, ambient.data(), 4);
@@ -435,7 +430,8 @@ void GlesDevice::apply_vertices() {
   const GLsizei stride = GLsizei(stream.stride);
   cache.Attribute(attribute_position, {true, name, 3, GL_FLOAT, false, stride, at(0)});
   if (layout.diffuse >= 0)
-    cache.Attribute(attribute_colour, {true, name, 4, GL_UNSIGNED_BYTE, true, stride, at(std::uint32_t(layout.diffuse))});
+    cache.Attribute(attribute_colour,
+                    {true, name, 4, GL_UNSIGNED_BYTE, true, stride, at(std::uint32_t(layout.diffuse))});
   else
     cache.Attribute(attribute_colour, {});
   const GLuint uv_locations[stage_count] = {attribute_uv0, attribute_uv1};
@@ -454,9 +450,7 @@ HRESULT GlesDevice::ReadPixels(std::uint8_t* out, std::size_t pitch, PixelOrder 
   if (!runtime_->MakeCurrent()) return E_FAIL;
   try {
     readback_.resize(row * height_);
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
   glPixelStorei(GL_PACK_ALIGNMENT, 4);
   glReadPixels(0, 0, GLsizei(width_), GLsizei(height_), GL_RGBA, GL_UNSIGNED_BYTE, readback_.data());
   runtime_->cache.CountReadback();

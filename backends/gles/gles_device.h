@@ -73,17 +73,15 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   // E_OUTOFMEMORY; *out is null on failure.
   static HRESULT Create(const DeviceOptions& options, GlesDevice** out, std::string* why = nullptr);
 
-
   HRESULT BeginScene() override;
   HRESULT EndScene() override;
   // `rects` (Count of them, in pixels from the top left) limit the clear;
   // null with a Count of 0 clears everything.
-  HRESULT Clear(DWORD Count, const D3DRECT* pRects, DWORD Flags, D3DCOLOR Color, float Z,
-                DWORD Stencil) override;
+  HRESULT Clear(DWORD Count, const D3DRECT* pRects, DWORD Flags, D3DCOLOR Color, float Z, DWORD Stencil) override;
   HRESULT CreateTexture(UINT Width, UINT Height, UINT Levels, DWORD Usage, D3DFORMAT Format, D3DPOOL Pool,
                         IDirect3DTexture9** ppTexture, HANDLE* pSharedHandle) override;
-  HRESULT CreateVertexBuffer(UINT Length, DWORD Usage, DWORD FVF, D3DPOOL Pool,
-                             IDirect3DVertexBuffer9** ppVertexBuffer, HANDLE* pSharedHandle) override;
+  HRESULT CreateVertexBuffer(UINT Length, DWORD Usage, DWORD FVF, D3DPOOL Pool, IDirect3DVertexBuffer9** ppVertexBuffer,
+                             HANDLE* pSharedHandle) override;
   HRESULT SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) override;
   HRESULT GetTransform(D3DTRANSFORMSTATETYPE State, D3DMATRIX* pMatrix) override;
   HRESULT SetMaterial(const D3DMATERIAL9* pMaterial) override;

@@ -19,17 +19,14 @@ HRESULT GlesTexture::Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UI
   *out = nullptr;
   if (!runtime || width == 0 || height == 0 || levels > 1) return D3DERR_INVALIDCALL;
   if (format != D3DFMT_A8R8G8B8 && format != D3DFMT_X8R8G8B8) return D3DERR_INVALIDCALL;
-  if (width > UINT(runtime->max_texture_size) || height > UINT(runtime->max_texture_size))
-    return D3DERR_INVALIDCALL;
+  if (width > UINT(runtime->max_texture_size) || height > UINT(runtime->max_texture_size)) return D3DERR_INVALIDCALL;
   if (!runtime->MakeCurrent()) return E_FAIL;
 
   std::unique_ptr<GlesTexture> texture(new (std::nothrow) GlesTexture(runtime, width, height));
   if (!texture) return E_OUTOFMEMORY;
   try {
     texture->texels_.assign(std::size_t(width) * height * texel_bytes, 0);
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
   GlStateCache& cache = runtime->cache;
   glGenTextures(1, &texture->name_);
   cache.BindTexture(0, texture->name_);

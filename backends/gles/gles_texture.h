@@ -26,8 +26,8 @@ class GlesTexture final : public backend::RefCounted<IDirect3DTexture9> {
   // two above, or more than one level asked for; E_OUTOFMEMORY when memory
   // is short. `levels` 0 (a full chain) gets one level, which is all the
   // device samples with mip filtering off.
-  static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UINT height, UINT levels,
-                        D3DFORMAT format, GlesTexture** out);
+  static HRESULT Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UINT height, UINT levels, D3DFORMAT format,
+                        GlesTexture** out);
 
   // A host's GL texture, used as it is and never deleted; it cannot be
   // locked (D3DERR_INVALIDCALL).

@@ -9,8 +9,7 @@ namespace so3d::gles {
 GlesVertexBuffer::GlesVertexBuffer(std::shared_ptr<GlesRuntime> runtime, DWORD fvf)
     : runtime_(std::move(runtime)), fvf_(fvf) {}
 
-HRESULT GlesVertexBuffer::Create(std::shared_ptr<GlesRuntime> runtime, UINT length, DWORD fvf,
-                                 GlesVertexBuffer** out) {
+HRESULT GlesVertexBuffer::Create(std::shared_ptr<GlesRuntime> runtime, UINT length, DWORD fvf, GlesVertexBuffer** out) {
   if (!out) return D3DERR_INVALIDCALL;
   *out = nullptr;
   if (!runtime || length == 0) return D3DERR_INVALIDCALL;
@@ -19,9 +18,7 @@ HRESULT GlesVertexBuffer::Create(std::shared_ptr<GlesRuntime> runtime, UINT leng
   if (!buffer) return E_OUTOFMEMORY;
   try {
     buffer->bytes_.assign(length, 0);
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
   glGenBuffers(1, &buffer->name_);
   runtime->cache.BindArrayBuffer(buffer->name_);
   glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(length), buffer->bytes_.data(), GL_STATIC_DRAW);

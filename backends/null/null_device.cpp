@@ -11,7 +11,8 @@ namespace {
 // as the module wrote them.
 class NullTexture final : public RefCounted<IDirect3DTexture9> {
  public:
-  NullTexture(UINT width, std::unique_ptr<std::uint8_t[]> texels) : pitch_(INT(width * 4)), texels_(std::move(texels)) {}
+  NullTexture(UINT width, std::unique_ptr<std::uint8_t[]> texels)
+      : pitch_(INT(width * 4)), texels_(std::move(texels)) {}
   HRESULT LockRect(UINT Level, D3DLOCKED_RECT* pLockedRect, const RECT*, DWORD) override {
     if (Level != 0 || !pLockedRect) return D3DERR_INVALIDCALL;
     pLockedRect->Pitch = pitch_;

@@ -117,9 +117,7 @@ HRESULT RecordingTexture::LockRect(UINT Level, D3DLOCKED_RECT* pLockedRect, cons
   return hr;
 }
 
-HRESULT RecordingTexture::UnlockRect(UINT Level) {
-  return Unlock("UnlockRect", Args(Level), Level == 0, "LockRect");
-}
+HRESULT RecordingTexture::UnlockRect(UINT Level) { return Unlock("UnlockRect", Args(Level), Level == 0, "LockRect"); }
 
 std::uint32_t RecordingTexture::Texel(UINT x, UINT y) const {
   if (x >= width_ || y >= height_) throw std::out_of_range(name_ + ": texel outside the texture");
@@ -260,14 +258,16 @@ HRESULT RecordingDevice::SetVertexShader(IDirect3DVertexShader9* pShader) {
 
 HRESULT RecordingDevice::SetStreamSource(UINT StreamNumber, IDirect3DVertexBuffer9* pStreamData, UINT OffsetInBytes,
                                          UINT Stride) {
-  const HRESULT hr = Record("SetStreamSource", Args(StreamNumber, NameIn(buffers_, pStreamData), OffsetInBytes, Stride));
+  const HRESULT hr =
+      Record("SetStreamSource", Args(StreamNumber, NameIn(buffers_, pStreamData), OffsetInBytes, Stride));
   if (SUCCEEDED(hr) && StreamNumber == 0) stream_ = pStreamData;
   return hr;
 }
 
 std::vector<DeviceCall> RecordingDevice::Calls(std::string_view method) const {
   std::vector<DeviceCall> out;
-  std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(out), [&](const DeviceCall& c) { return c.name == method; });
+  std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(out),
+               [&](const DeviceCall& c) { return c.name == method; });
   return out;
 }
 

@@ -70,8 +70,9 @@ int main(int argc, char** argv) {
   card.Object("card.lwo", 1);
   Place(card, 0, 0, 0, 0.5f, 0.25f, 1.2f);
 
-  const bool ok = Write(dir / "screen.lwo", QuadObject(7.2f, 4.8f)) && Write(dir / "card.lwo", Box(3.0f, 2.0f, 0.25f)) &&
-                  Write(dir / "flat.lws", flat.Text()) && Write(dir / "card.lws", card.Text());
+  const bool ok = Write(dir / "screen.lwo", QuadObject(7.2f, 4.8f)) &&
+                  Write(dir / "card.lwo", Box(3.0f, 2.0f, 0.25f)) && Write(dir / "flat.lws", flat.Text()) &&
+                  Write(dir / "card.lws", card.Text());
   if (!ok) {
     std::fprintf(stderr, "make_demo_effect: cannot write into %s\n", dir.c_str());
     return 1;

@@ -78,7 +78,7 @@ void append_envelope(so_lwo_file& file, std::unique_ptr<so_envelope> envelope);
 // tag gets at most one surface however many layers use it.
 struct surface_binding {
   std::vector<std::int32_t> tag_surface;  // surface index per tag, -1 before binding
-  std::int32_t untagged = -1;  // surface of the polygons of a file without tags
+  std::int32_t untagged = -1;             // surface of the polygons of a file without tags
   bool ready = false;
 };
 

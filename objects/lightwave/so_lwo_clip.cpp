@@ -8,7 +8,6 @@ namespace so3d::lwo {
 
 namespace {
 
-
 // The first sub-chunk: its identifier is the kind of source.
 void read_source(reader& r, std::uint32_t kind, std::uint64_t size, so_lwo_clip& c) {
   switch (kind) {

@@ -9,7 +9,6 @@ namespace so3d::lwo {
 
 namespace {
 
-
 // Keys stay ascending by time; a key goes after every key whose time is not
 // greater, so equal times keep file order. Scanning from the back keeps
 // ascending files linear.

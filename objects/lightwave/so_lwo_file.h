@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "objects/lightwave/so_lwo_surface.h"
 #include "base/so_envelope.h"
 #include "base/so_read_error.h"
+#include "objects/lightwave/so_lwo_surface.h"
 
 struct so_lwo_vertex_map;
 
@@ -30,7 +30,7 @@ struct so_lwo_point {
 };
 
 struct so_lwo_corner {
-  std::int32_t point = 0;  // index into the layer's points
+  std::int32_t point = 0;       // index into the layer's points
   float normal[3] = {0, 0, 0};  // smoothed vertex normal
 };
 
@@ -40,22 +40,22 @@ struct so_lwo_polygon {
   std::int32_t surface = 0;
   std::int32_t part = 0;
   std::int32_t smoothing_group = 0;
-  std::uint32_t kind = 0;  // form of its POLS chunk, e.g. FACE
-  float normal[3] = {0, 0, 0};  // unit, or zero when degenerate or < 3 corners
-  std::uint16_t flags = 0;  // top six bits of the count word, in place
+  std::uint32_t kind = 0;          // form of its POLS chunk, e.g. FACE
+  float normal[3] = {0, 0, 0};     // unit, or zero when degenerate or < 3 corners
+  std::uint16_t flags = 0;         // top six bits of the count word, in place
   std::uint16_t corner_count = 0;  // 0 .. 1023 (LWO2), 0 .. 65535 (LWOB)
-  std::int32_t corner_first = 0;  // first of its corners in the layer's corners
+  std::int32_t corner_first = 0;   // first of its corners in the layer's corners
 };
 
 struct so_lwo_vertex_map {
   std::string name;
-  std::uint32_t kind = 0;  // map type as read
+  std::uint32_t kind = 0;      // map type as read
   std::int32_t dimension = 0;  // values per record
   std::int32_t record_count = 0;
   bool per_polygon = false;  // VMAD
   std::vector<std::int32_t> point_indexes;
   std::vector<std::int32_t> polygon_indexes;  // per-polygon maps only
-  std::vector<float> values;  // record i at i * dimension
+  std::vector<float> values;                  // record i at i * dimension
 
   std::span<const float> row(std::int32_t record) const {
     return std::span<const float>(values).subspan(static_cast<std::size_t>(record) * dimension, dimension);
@@ -73,9 +73,9 @@ struct so_lwo_layer {
   std::vector<so_lwo_point> points;
   std::int32_t points_offset = 0;  // point count before the latest PNTS chunk
   std::vector<so_lwo_polygon> polygons;
-  std::int32_t polygons_offset = 0;  // polygon count before the latest POLS chunk
+  std::int32_t polygons_offset = 0;    // polygon count before the latest POLS chunk
   std::vector<so_lwo_corner> corners;  // all polygons' corners, polygon by polygon
-  std::int32_t corners_offset = 0;  // corner total before the latest POLS chunk
+  std::int32_t corners_offset = 0;     // corner total before the latest POLS chunk
 
   std::vector<std::unique_ptr<so_lwo_vertex_map>> maps;  // VMAP and VMAD, file order
   std::int32_t map_count = 0;

@@ -353,20 +353,20 @@ bool finish_layer(so_lwo_file& file, so_lwo_layer& layer, surface_binding& bindi
 
 std::span<const std::int32_t> so_lwo_point_polygons(const so_lwo_layer& layer, std::int32_t point) {
   const so_lwo_point& p = layer.points[static_cast<std::size_t>(point)];
-  return std::span<const std::int32_t>(layer.point_polygons).subspan(static_cast<std::size_t>(p.polygon_first),
-                                                                      static_cast<std::size_t>(p.polygon_count));
+  return std::span<const std::int32_t>(layer.point_polygons)
+      .subspan(static_cast<std::size_t>(p.polygon_first), static_cast<std::size_t>(p.polygon_count));
 }
 
 std::span<const so_lwo_corner> so_lwo_polygon_corners(const so_lwo_layer& layer, std::int32_t polygon) {
   const so_lwo_polygon& p = layer.polygons[static_cast<std::size_t>(polygon)];
-  return std::span<const so_lwo_corner>(layer.corners).subspan(static_cast<std::size_t>(p.corner_first),
-                                                                p.corner_count);
+  return std::span<const so_lwo_corner>(layer.corners)
+      .subspan(static_cast<std::size_t>(p.corner_first), p.corner_count);
 }
 
 namespace {
 
-std::span<const so_lwo_map_ref> refs_of(const std::vector<std::int32_t>& start,
-                                        const std::vector<so_lwo_map_ref>& refs, std::int32_t i) {
+std::span<const so_lwo_map_ref> refs_of(const std::vector<std::int32_t>& start, const std::vector<so_lwo_map_ref>& refs,
+                                        std::int32_t i) {
   const std::size_t n = static_cast<std::size_t>(i);
   if (n + 1 >= start.size()) return {};
   return std::span<const so_lwo_map_ref>(refs).subspan(static_cast<std::size_t>(start[n]),

@@ -39,9 +39,7 @@ bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_
       append_envelope(file, std::move(envelope));
       return true;
     }
-    default:
-      skip(r, size);
-      return !r.failed();
+    default: skip(r, size); return !r.failed();
   }
 }
 
@@ -51,9 +49,8 @@ std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
   file->layers.push_back(std::make_unique<so_lwo_layer>());
   so_lwo_layer* layer = file->layers.front().get();
 
-  const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
-    return read_chunk(r, *file, layer, chunk, size);
-  });
+  const bool read = walk_chunks(
+      r, form_size, [&](std::uint32_t chunk, std::uint32_t size) { return read_chunk(r, *file, layer, chunk, size); });
   if (!read) return nullptr;
   close_reader(r);
   if (file->layer_count == 0) file->layer_count = 1;

@@ -12,7 +12,6 @@ namespace so3d::lwo {
 
 namespace {
 
-
 // Length of a polygon record before any detail count: corner count, the
 // point indexes and the surface number, two bytes each.
 inline std::size_t record_length(std::size_t corners) { return 2 * corners + 4; }
@@ -60,7 +59,7 @@ bool read_older_polygons(reader& r, so_lwo_layer& layer, std::uint32_t size) {
       layer.corners.push_back(corner);
     }
     const std::int32_t surface = static_cast<std::int16_t>(load_u2(p));
-    p += surface < 0 ? 4 : 2;  // the detail count is not needed
+    p += surface < 0 ? 4 : 2;                 // the detail count is not needed
     polygon.surface = std::abs(surface) - 1;  // a tag index; 0 stays out of range
     layer.polygons.push_back(polygon);
   }
@@ -80,9 +79,7 @@ bool read_older_chunk(reader& r, so_lwo_file& file, std::uint32_t chunk, std::ui
       file.surface_count = static_cast<std::int32_t>(file.surfaces.size());
       return true;
     }
-    default:
-      skip(r, size);
-      return !r.failed();
+    default: skip(r, size); return !r.failed();
   }
 }
 
@@ -96,9 +93,8 @@ std::unique_ptr<so_lwo_file> read_older_form(reader& r, std::uint32_t form_size)
   auto file = std::make_unique<so_lwo_file>();
   file->layers.push_back(std::make_unique<so_lwo_layer>());
   file->layer_count = 1;
-  const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
-    return read_older_chunk(r, *file, chunk, size);
-  });
+  const bool read = walk_chunks(
+      r, form_size, [&](std::uint32_t chunk, std::uint32_t size) { return read_older_chunk(r, *file, chunk, size); });
   if (!read) return nullptr;
   close_reader(r);
   surface_binding binding;

@@ -20,7 +20,6 @@ namespace so3d::lwo {
 
 namespace {
 
-
 constexpr float per_256 = 0.00390625f;
 constexpr float per_255 = std::bit_cast<float>(0x3B808081u);
 // Turns the old glossiness, a specular power, into the newer form's scale
@@ -125,10 +124,20 @@ so_lwo_texture_list* texture_channel(so_lwo_surface& s, std::uint32_t sub) {
 
 bool is_texture_attribute(std::uint32_t sub) {
   switch (sub) {
-    case zFourCC("TFLG"): case zFourCC("TSIZ"): case zFourCC("TCTR"): case zFourCC("TFAL"): case zFourCC("TVEL"):
-    case zFourCC("TCLR"): case zFourCC("TVAL"): case zFourCC("TAMP"): case zFourCC("TIMG"): case zFourCC("TAAS"):
-    case zFourCC("TREF"): case zFourCC("TOPC"): case zFourCC("TFP0"): case zFourCC("TFP1"):
-      return true;
+    case zFourCC("TFLG"):
+    case zFourCC("TSIZ"):
+    case zFourCC("TCTR"):
+    case zFourCC("TFAL"):
+    case zFourCC("TVEL"):
+    case zFourCC("TCLR"):
+    case zFourCC("TVAL"):
+    case zFourCC("TAMP"):
+    case zFourCC("TIMG"):
+    case zFourCC("TAAS"):
+    case zFourCC("TREF"):
+    case zFourCC("TOPC"):
+    case zFourCC("TFP0"):
+    case zFourCC("TFP1"): return true;
     default: return false;
   }
 }
@@ -139,8 +148,7 @@ void read_vector(reader& r, float v[3]) {
 
 // A texture sub-chunk, applied to the current texture. Values of the other
 // kind of texture have no field to go to and are dropped.
-void read_texture_attribute(reader& r, so_lwo_file& file, std::uint32_t sub, std::uint64_t size,
-                            so_lwo_texture& t) {
+void read_texture_attribute(reader& r, so_lwo_file& file, std::uint32_t sub, std::uint64_t size, so_lwo_texture& t) {
   const bool image = t.kind == so_lwo_kind_image_map;
   switch (sub) {
     case zFourCC("TFLG"): apply_texture_flags(t, read_u2(r)); break;

@@ -8,7 +8,6 @@
 #include "platform/foundation/z_types.h"
 #include "platform/memory/large_blocks.h"
 
-
 namespace so3d::lwo {
 
 void reader::count(std::uint64_t n) {

@@ -9,7 +9,6 @@ namespace so3d::lwo {
 
 namespace {
 
-
 // Keeps `list` ascending by ordinal: after every entry that does not compare
 // greater, so equal ordinals stay in file order and an empty one goes first.
 // std::string compares its bytes as unsigned values.
@@ -134,21 +133,21 @@ bool read_texture(reader& r, std::uint32_t kind, std::uint64_t end, so_lwo_textu
   const std::uint16_t header_size = read_u2(r);
   const std::uint64_t header_start = r.position;
   t.ordinal = read_string(r);
-  const bool header_ok = walk_subchunks(r, header_start, header_size, end_rule::at_least,
-                                        [&](std::uint32_t sub, std::uint64_t) {
-                                          switch (sub) {
-                                            case zFourCC("CHAN"): t.channel = read_u4(r); break;
-                                            case zFourCC("OPAC"):
-                                              t.opacity_mode = read_u2(r);
-                                              t.opacity = read_value(r);
-                                              break;
-                                            case zFourCC("ENAB"): t.enabled = read_u2(r); break;
-                                            case zFourCC("NEGA"): t.negative = read_u2(r); break;
-                                            case zFourCC("AXIS"): t.axis = read_u2(r); break;
-                                            default: break;
-                                          }
-                                          return true;
-                                        });
+  const bool header_ok =
+      walk_subchunks(r, header_start, header_size, end_rule::at_least, [&](std::uint32_t sub, std::uint64_t) {
+        switch (sub) {
+          case zFourCC("CHAN"): t.channel = read_u4(r); break;
+          case zFourCC("OPAC"):
+            t.opacity_mode = read_u2(r);
+            t.opacity = read_value(r);
+            break;
+          case zFourCC("ENAB"): t.enabled = read_u2(r); break;
+          case zFourCC("NEGA"): t.negative = read_u2(r); break;
+          case zFourCC("AXIS"): t.axis = read_u2(r); break;
+          default: break;
+        }
+        return true;
+      });
   if (!header_ok || r.position > end) return false;
   return walk_subchunks(r, r.position, static_cast<std::int64_t>(end - r.position), end_rule::at_least,
                         [&](std::uint32_t sub, std::uint64_t size) {
@@ -164,11 +163,11 @@ bool read_shader(reader& r, std::uint64_t end, so_lwo_plugin_ref& s) {
   const std::uint16_t header_size = read_u2(r);
   const std::uint64_t header_start = r.position;
   s.ordinal = read_string(r);
-  const bool header_ok = walk_subchunks(r, header_start, header_size, end_rule::at_least,
-                                        [&](std::uint32_t sub, std::uint64_t) {
-                                          if (sub == zFourCC("ENAB")) s.flags = read_u2(r);
-                                          return true;
-                                        });
+  const bool header_ok =
+      walk_subchunks(r, header_start, header_size, end_rule::at_least, [&](std::uint32_t sub, std::uint64_t) {
+        if (sub == zFourCC("ENAB")) s.flags = read_u2(r);
+        return true;
+      });
   if (!header_ok || r.position > end) return false;
   return walk_subchunks(r, r.position, static_cast<std::int64_t>(end - r.position), end_rule::at_least,
                         [&](std::uint32_t sub, std::uint64_t size) {
@@ -188,8 +187,7 @@ bool read_block_subchunk(reader& r, std::uint64_t size, so_lwo_surface& s) {
   if (type == so_lwo_kind_image_map || type == so_lwo_kind_procedural || type == so_lwo_kind_gradient) {
     so_lwo_texture texture;
     if (!read_texture(r, type, end, texture)) return false;
-    if (so_lwo_texture_list* list = channel_textures(s, texture.channel))
-      insert_by_ordinal(*list, std::move(texture));
+    if (so_lwo_texture_list* list = channel_textures(s, texture.channel)) insert_by_ordinal(*list, std::move(texture));
   } else if (type == zFourCC("SHDR")) {
     so_lwo_plugin_ref shader;
     if (!read_shader(r, end, shader)) return false;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "base/so_envelope.h"
 #include "objects/lightwave/so_lwo_read.h"
 #include "platform/foundation/z_types.h"
-#include "base/so_envelope.h"
 
 struct so_lwo_value {
   float value = 0.0f;

@@ -5,8 +5,7 @@
 #include <cerrno>
 #include <new>
 
-zFileStream::zFileStream(const zString& path, std::int32_t mode, bool /*create_folders*/)
-    : path_(path), mode_(mode) {}
+zFileStream::zFileStream(const zString& path, std::int32_t mode, bool /*create_folders*/) : path_(path), mode_(mode) {}
 
 zFileStream::~zFileStream() { Close(); }
 
@@ -19,7 +18,7 @@ std::int32_t zFileStream::Open() {
   Close();
   const bool write = (mode_ & kWrite) != 0;
   const char* how = write ? ((mode_ & kRead) ? "r+b" : "wb") : "rb";
-  struct stat st{};
+  struct stat st {};
   if (::stat(path_.CString(), &st) != 0) {
     if (!write) return kErrNotFound;
   } else if (S_ISDIR(st.st_mode)) {
@@ -39,9 +38,7 @@ std::int32_t zFileStream::ReadAll(zBuffer& out) {
   if (std::uint64_t(size) > kMaxReadAll) return kErrTooLarge;
   try {
     out.bytes_.resize(std::size_t(size));
-  } catch (const std::bad_alloc&) {
-    return kErrNoMemory;
-  }
+  } catch (const std::bad_alloc&) { return kErrNoMemory; }
   if (size > 0 && std::fread(out.bytes_.data(), 1, std::size_t(size), file_) != std::size_t(size)) {
     out.bytes_.clear();
     return kErrRead;

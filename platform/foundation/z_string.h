@@ -10,7 +10,7 @@ class Z_API zString {
  public:
   zString() = default;
   zString(const char* s) : text_(s ? s : "") {}  // NOLINT: implicit, as the foundation's
-  zString(std::string_view s) : text_(s) {}        // NOLINT
+  zString(std::string_view s) : text_(s) {}      // NOLINT
   zString(const zString&) = default;
   zString(zString&&) noexcept = default;
   zString& operator=(const zString&) = default;

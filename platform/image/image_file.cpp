@@ -32,8 +32,7 @@ namespace so3d::image {
 namespace {
 
 bool within_limits(std::int32_t width, std::int32_t height) {
-  return width <= max_side && height <= max_side &&
-         std::uint64_t(width) * std::uint64_t(height) <= max_pixels;
+  return width <= max_side && height <= max_side && std::uint64_t(width) * std::uint64_t(height) <= max_pixels;
 }
 
 struct StbFree {
@@ -57,14 +56,12 @@ class FileHandle {
 Status read_whole_file(const char* path, std::vector<std::uint8_t>& bytes) {
   const FileHandle file(::open(path, O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) return Status::cannot_open;
-  struct stat st{};
+  struct stat st {};
   if (::fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < 0) return Status::cannot_open;
   if (std::uint64_t(st.st_size) > max_file_bytes) return Status::too_large;
   try {
     bytes.resize(std::size_t(st.st_size));
-  } catch (const std::bad_alloc&) {
-    return Status::no_memory;
-  }
+  } catch (const std::bad_alloc&) { return Status::no_memory; }
   std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t got = ::read(file.get(), bytes.data() + done, bytes.size() - done);
@@ -101,9 +98,7 @@ Status Decode(const std::uint8_t* data, std::size_t size, Picture& out) {
   const std::size_t count = std::size_t(width) * std::size_t(height);
   try {
     out.bgra.resize(count * 4);
-  } catch (const std::bad_alloc&) {
-    return Status::no_memory;
-  }
+  } catch (const std::bad_alloc&) { return Status::no_memory; }
   const stbi_uc* src = rgba.get();
   std::uint8_t* dst = out.bgra.data();
   for (std::size_t i = 0; i < count; ++i, src += 4, dst += 4) {
@@ -135,9 +130,7 @@ Status Scale(const Picture& in, std::int32_t width, std::int32_t height, Picture
   if (width <= 0 || height <= 0 || !within_limits(width, height)) return Status::bad_argument;
   try {
     out.bgra.resize(std::size_t(width) * std::size_t(height) * 4);
-  } catch (const std::bad_alloc&) {
-    return Status::no_memory;
-  }
+  } catch (const std::bad_alloc&) { return Status::no_memory; }
   // The triangle filter is plain bilinear interpolation when enlarging and
   // averages proportionally when reducing. Byte 3 is alpha in BGRA as in RGBA.
   if (!stbir_resize_uint8_generic(in.bgra.data(), in.width, in.height, 0, out.bgra.data(), width, height, 0, 4, 3, 0,

@@ -14,11 +14,11 @@ namespace so3d::image {
 
 enum class Status {
   ok,
-  cannot_open,    // missing, not a regular file, or unreadable
-  too_large,      // file or declared picture beyond the limits below
-  not_an_image,   // unknown format, truncated or corrupt data
+  cannot_open,   // missing, not a regular file, or unreadable
+  too_large,     // file or declared picture beyond the limits below
+  not_an_image,  // unknown format, truncated or corrupt data
   no_memory,
-  bad_argument,   // null data, or a target size outside 1..max_side
+  bad_argument,  // null data, or a target size outside 1..max_side
 };
 
 // Limits that keep a hostile header from making us allocate without bound.

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 
+#include "fixtures/scene_writer.h"
 #include "module/so3d.h"
 #include "tests/render/render_fixtures.h"
 #include "tests/support/recording_device.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {

@@ -136,7 +136,7 @@ TEST(GenerateTextureCoords, SixPairsAStrideApart) {
   // A stride shorter than one pair, or no buffer, writes nothing.
   soD3DTextureManager::GenerateTextureCoords(1, 1, &out[0][0], 4);
   soD3DTextureManager::GenerateTextureCoords(1, 1, nullptr, 8);
-  const float expected[6][4] = {{0, 0.5f, -7, -7}, {0, 0, -7, -7},       {0.75f, 0, -7, -7},
+  const float expected[6][4] = {{0, 0.5f, -7, -7}, {0, 0, -7, -7},     {0.75f, 0, -7, -7},
                                 {0, 0.5f, -7, -7}, {0.75f, 0, -7, -7}, {0.75f, 0.5f, -7, -7}};
   EXPECT_EQ(0, std::memcmp(out, expected, sizeof out));
 }
@@ -151,10 +151,23 @@ TEST_F(Mask, FrameTexelsAndFillOrder) {
     unsigned x, y;
     std::uint32_t texel;
   };
-  for (const Expect& e : {Expect{360, 240, opaque}, {0, 240, clear}, {1, 240, half}, {1, 0, half}, {0, 478, half},
-                          {718, 240, half}, {719, 240, clear}, {0, 0, clear}, {360, 0, clear}, {718, 0, half},
-                          {360, 1, half}, {0, 1, clear}, {719, 478, half}, {360, 478, half}, {1, 479, clear},
-                          {2, 2, opaque}, {717, 477, opaque}})
+  for (const Expect& e : {Expect{360, 240, opaque},
+                          {0, 240, clear},
+                          {1, 240, half},
+                          {1, 0, half},
+                          {0, 478, half},
+                          {718, 240, half},
+                          {719, 240, clear},
+                          {0, 0, clear},
+                          {360, 0, clear},
+                          {718, 0, half},
+                          {360, 1, half},
+                          {0, 1, clear},
+                          {719, 478, half},
+                          {360, 478, half},
+                          {1, 479, clear},
+                          {2, 2, opaque},
+                          {717, 477, opaque}})
     EXPECT_EQ(mask->Texel(e.x, e.y), e.texel) << e.x << ", " << e.y;
   // The opaque fill runs over the whole pitch, padding included.
   for (std::size_t i = 720 * 4; i < std::size_t(mask->Pitch()); ++i)
@@ -221,8 +234,8 @@ class ImageTextures : public D3DTextureTest {
 
 TEST_F(ImageTextures, UploadFillsLevelZeroAndBindsToSurfacesCarryingTheId) {
   ASSERT_EQ(manager->OpenAndUploadTexture(id, base.c_str()), 0);
-  EXPECT_EQ(device.Log(), (Log{"CreateTexture(256, 256, 1, 0, 21, 1, null)", "LockRect(tex1, 0, null, 0)",
-                               "UnlockRect(tex1, 0)"}));
+  EXPECT_EQ(device.Log(),
+            (Log{"CreateTexture(256, 256, 1, 0, 21, 1, null)", "LockRect(tex1, 0, null, 0)", "UnlockRect(tex1, 0)"}));
   const RecordingTexture* t = device.Textures()[0].get();
   // A, R, G, B from the top byte down.
   EXPECT_EQ((std::vector{t->Texel(10, 10), t->Texel(245, 10), t->Texel(10, 245), t->Texel(245, 245) >> 24}),

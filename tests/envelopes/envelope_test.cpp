@@ -31,14 +31,13 @@ void fill(so_envelope& env, std::initializer_list<so_envelope_key> keys, std::in
 
 // The span's cubic in double, Bernstein form, s by plain bisection.
 double reference_bezier(double t, const double (&x)[4], const double (&y)[4]) {
-  auto at = [](const double (&c)[4], double s) {
+  auto at = [](const double(&c)[4], double s) {
     return (1 - s) * (1 - s) * (1 - s) * c[0] + 3 * (1 - s) * s * ((1 - s) * c[1] + s * c[2]) + s * s * s * c[3];
   };
   double lo = 0, hi = 1;
   for (int i = 0; i < 200; ++i) (at(x, (lo + hi) / 2) > t ? hi : lo) = (lo + hi) / 2;
   return at(y, lo);
 }
-
 
 so_envelope_key* add(so_scene_item& item, std::int32_t ch, float value, float time, std::int32_t shape = 3) {
   return add_envelope_key(item, ch, value, time, shape, 0, 0, 0, 0, 0, 0);
@@ -76,11 +75,16 @@ TEST(EnvelopeEval, SpansAndEndBehaviours) {
   EXPECT_EQ(evaluate_envelope(&line, 2), 10.0f);
   EXPECT_TRUE(evaluate_envelope(&tcb, 0.5f) == 2.5f && evaluate_envelope(&tcb, 1) == 5.0f);
   const float times[] = {-1.5f, 2.5f, 4.5f};  // cycles -1, 1 and 2
-  const struct { std::int32_t code; std::vector<float> at; } cases[] = {
-      {0, {0, 0, 0}}, {1, {0, 10, 10}}, {2, {2.5f, 2.5f, 2.5f}}, {5, {-7.5f, 12.5f, 22.5f}},
-      {3, {7.5f, 7.5f, 2.5f}},       // odd cycles run backwards
-      {4, {-7.5f, 12.5f, 22.5f}},    // shifted by the value range per cycle
-      {9, {-7.5f, 10, 10}}};         // unknown: last value after, first span extended before
+  const struct {
+    std::int32_t code;
+    std::vector<float> at;
+  } cases[] = {{0, {0, 0, 0}},
+               {1, {0, 10, 10}},
+               {2, {2.5f, 2.5f, 2.5f}},
+               {5, {-7.5f, 12.5f, 22.5f}},
+               {3, {7.5f, 7.5f, 2.5f}},     // odd cycles run backwards
+               {4, {-7.5f, 12.5f, 22.5f}},  // shifted by the value range per cycle
+               {9, {-7.5f, 10, 10}}};       // unknown: last value after, first span extended before
   for (const auto& c : cases) {
     line.pre = line.post = c.code;
     for (std::size_t i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(evaluate_envelope(&line, times[i]), c.at[i]) << c.code;
@@ -120,8 +124,7 @@ TEST(EnvelopeEval, Bez2BisectionStopsWhereFloatsAreTooCoarse) {
   // 0.01 s, so some times have no s within 0.0001 and only the bound stops.
   const float third = 200000.0f / 3;
   so_envelope env;
-  fill(env, {key_at(0, 0, so_shape_bez2, 0, 0, third, 1.0f / 3),
-             key_at(200000, 1, so_shape_bez2, -third, -1.0f / 3)});
+  fill(env, {key_at(0, 0, so_shape_bez2, 0, 0, third, 1.0f / 3), key_at(200000, 1, so_shape_bez2, -third, -1.0f / 3)});
   const auto x = so3d::envelope::make_bezier_cubic(0, third, 2 * third, 200000);
   int unreachable = 0;
   for (float t = 100000.0f; t < 100001.0f; t += 0.01f) {
@@ -178,7 +181,7 @@ TEST(EnvelopeEval, KeysOutOfOrderAndOddTimesAreSafe) {
 
 TEST(EnvelopeItem, AddKeyInsertsInOrderAndOverwritesEqualTimes) {
   // The codes scene files key with; unknown ones are BEZ2.
-  const std::uint32_t shapes[] = {so_shape_tcb, so_shape_bezi, so_shape_herm,
+  const std::uint32_t shapes[] = {so_shape_tcb,  so_shape_bezi, so_shape_herm,
                                   so_shape_line, so_shape_step, so_shape_bez2};
   for (std::int32_t n = -1; n < 6; ++n) EXPECT_EQ(so_shape_from_number(n), shapes[n < 0 ? 5 : n]) << n;
   so_scene_item item;

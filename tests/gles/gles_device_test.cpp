@@ -32,7 +32,8 @@ TEST(GlesDevice, ClearReadsBackInBothByteOrdersAndRectsCountFromTheTop) {
 TEST(GlesDevice, TextureRowsAndChannelsLandUpright) {
   SO3D_REQUIRE_DEVICE(device, 64, 64);
   // Quadrants: red top left, green top right, blue bottom left, white bottom right.
-  auto texture = Texture(*device, 2, 2, [](unsigned x, unsigned y) { return y ? (x ? white : blue) : (x ? green : red); });
+  auto texture =
+      Texture(*device, 2, 2, [](unsigned x, unsigned y) { return y ? (x ? white : blue) : (x ? green : red); });
   ModuleState(*device, texture.get());
   ASSERT_EQ(DrawQuad(*device), D3D_OK);
   const Frame f = Read(*device);
@@ -129,7 +130,7 @@ TEST(GlesDevice, BindingsHoldReferencesUntilReplaced) {
   ASSERT_EQ(device->SetTexture(0, texture), D3D_OK);  // the same again takes no second reference
   EXPECT_EQ(texture->AddRef(), 3u);
   EXPECT_EQ(texture->Release(), 2u);
-  EXPECT_EQ(texture->Release(), 1u);  // the creator's reference is gone; the device keeps it alive
+  EXPECT_EQ(texture->Release(), 1u);                  // the creator's reference is gone; the device keeps it alive
   ASSERT_EQ(device->SetTexture(0, nullptr), D3D_OK);  // and now it is deleted (ASan would see a leak)
 
   auto buffer = FullQuad(*device);
@@ -146,7 +147,7 @@ TEST(GlesDevice, RejectsWhatItCannotEmulateAndKeepsItsState) {
   EXPECT_EQ(device->SetRenderState(D3DRENDERSTATETYPE(200), 0), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->SetRenderState(D3DRS_CULLMODE, 4), D3DERR_INVALIDCALL);
   EXPECT_EQ(device->SetTextureStageState(0, D3DTSS_COLOROP, 7), D3DERR_INVALIDCALL);  // ADD
-  EXPECT_EQ(device->SetFVF(0x004 | D3DFVF_TEX1), D3DERR_INVALIDCALL);  // pre-transformed positions
+  EXPECT_EQ(device->SetFVF(0x004 | D3DFVF_TEX1), D3DERR_INVALIDCALL);                 // pre-transformed positions
   EXPECT_EQ(device->State().render[D3DRS_CULLMODE], DWORD(D3DCULL_CCW));
   EXPECT_EQ(device->State().stages[0][D3DTSS_COLOROP], DWORD(D3DTOP_MODULATE));
 }

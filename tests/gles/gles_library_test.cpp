@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <memory>
 
+#include "fixtures/lwo_writer.h"
+#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_boot.h"
 #include "render/so_d3d_object_manager.h"
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_scene.h"
 #include "tests/gles/gles_test_support.h"
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "textures/so_d3d_texture_manager.h"
 

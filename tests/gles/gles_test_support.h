@@ -29,11 +29,11 @@ template <typename T>
 using ComPtr = std::unique_ptr<T, ReleaseCom>;
 
 // Declares `var`, a device of w × h, or skips the test when none can be made.
-#define SO3D_REQUIRE_DEVICE(var, w, h)                                                          \
-  std::string var##_why;                                                                        \
-  so3d::gles::GlesDevice* var##_raw = nullptr;                                                  \
-  so3d::gles::GlesDevice::Create({w, h}, &var##_raw, &var##_why);                               \
-  ::so3d::test::ComPtr<so3d::gles::GlesDevice> var(var##_raw);                                  \
+#define SO3D_REQUIRE_DEVICE(var, w, h)                            \
+  std::string var##_why;                                          \
+  so3d::gles::GlesDevice* var##_raw = nullptr;                    \
+  so3d::gles::GlesDevice::Create({w, h}, &var##_raw, &var##_why); \
+  ::so3d::test::ComPtr<so3d::gles::GlesDevice> var(var##_raw);    \
   if (!var) GTEST_SKIP() << "no OpenGL ES 3 context: " << var##_why
 
 using Rgba = std::array<int, 4>;  // R, G, B, A
@@ -140,7 +140,8 @@ inline std::size_t ComparePictures(const Frame& actual, const Frame& expected, i
   if (bad) {
     const std::filesystem::path dir = SO3D_GLES_FAILURE_DIR;
     std::filesystem::create_directories(dir);
-    for (const auto& [suffix, f] : {std::pair{"-actual.png", &actual}, {"-expected.png", &expected}, {"-diff.png", &diff}})
+    for (const auto& [suffix, f] :
+         {std::pair{"-actual.png", &actual}, {"-expected.png", &expected}, {"-diff.png", &diff}})
       stbi_write_png((dir / (name + suffix)).string().c_str(), int(f->width), int(f->height), 4, f->rgba.data(),
                      int(f->width * 4));
   }

@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "tests/lightwave/lwo_test_util.h"
 #include "fixtures/lwo_writer.h"
+#include "tests/lightwave/lwo_test_util.h"
 
 namespace so3d::test {
 using namespace so3d::fixtures;

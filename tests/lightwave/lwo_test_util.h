@@ -45,7 +45,8 @@ inline void ExpectOnlyWholeFilesLoad(const std::string& bytes, const std::vector
   ASSERT_TRUE(loads(bytes));
   for (std::size_t n = 0; n < bytes.size(); ++n) {
     const read_failure f = LoadFailure(bytes.substr(0, n));
-    EXPECT_TRUE(f.kind == read_error::truncated || f.kind == read_error::bad_chunk_size) << n << ": " << describe(f.kind);
+    EXPECT_TRUE(f.kind == read_error::truncated || f.kind == read_error::bad_chunk_size)
+        << n << ": " << describe(f.kind);
     EXPECT_LE(f.offset, n);
   }
   for (std::size_t end : chunk_ends) {

@@ -24,11 +24,11 @@ struct WalkedObject {
   std::vector<std::size_t> points{0};    // per layer
   std::vector<std::size_t> polygons{0};  // per layer
   std::size_t layr_chunks = 0;
-  long long fan_triangles = 0;           // (corners - 2) over polygons of 3 corners or more
-  std::vector<std::string> tags;         // TAGS, or SRFS
+  long long fan_triangles = 0;    // (corners - 2) over polygons of 3 corners or more
+  std::vector<std::string> tags;  // TAGS, or SRFS
   std::vector<std::string> surf_names;
-  std::size_t clips_and_envelopes = 0;   // older form: RIMG, TIMG after a texture, 3 per TVEL
-  std::size_t surfaces = 0;              // SURF chunks, then one per unknown tag polygons use
+  std::size_t clips_and_envelopes = 0;  // older form: RIMG, TIMG after a texture, 3 per TVEL
+  std::size_t surfaces = 0;             // SURF chunks, then one per unknown tag polygons use
 };
 
 inline WalkedObject WalkObject(const std::string& s) {

@@ -5,9 +5,9 @@
 #include <bit>
 #include <cmath>
 
+#include "fixtures/lwo_writer.h"
 #include "objects/lightwave/so_lwo_older.h"
 #include "tests/lightwave/lwo_test_util.h"
-#include "fixtures/lwo_writer.h"
 
 namespace so3d::test {
 using namespace so3d::fixtures;
@@ -15,11 +15,19 @@ namespace {
 
 using Body = std::function<void(IffBytes&)>;
 
-Body Sub(std::string_view four, const Body& data) { return [=](IffBytes& b) { b.sub(four, data); }; }
-Body Str(std::string_view four, std::string_view text) { return Sub(four, [=](IffBytes& d) { d.str(text); }); }
-Body U2(std::string_view four, std::uint16_t v) { return Sub(four, [=](IffBytes& d) { d.u2(v); }); }
+Body Sub(std::string_view four, const Body& data) {
+  return [=](IffBytes& b) { b.sub(four, data); };
+}
+Body Str(std::string_view four, std::string_view text) {
+  return Sub(four, [=](IffBytes& d) { d.str(text); });
+}
+Body U2(std::string_view four, std::uint16_t v) {
+  return Sub(four, [=](IffBytes& d) { d.u2(v); });
+}
 Body F4(std::string_view four, std::vector<float> v) {
-  return Sub(four, [=](IffBytes& d) { for (float f : v) d.f4(f); });
+  return Sub(four, [=](IffBytes& d) {
+    for (float f : v) d.f4(f);
+  });
 }
 
 // One triangle on surface "Skin", and one SURF "Skin" chunk per list of
@@ -27,7 +35,10 @@ Body F4(std::string_view four, std::vector<float> v) {
 std::string SurfacesFile(const std::vector<std::vector<Body>>& surfaces) {
   LwobWriter w;
   w.srfs({"Skin"}).points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).polygons({{{0, 1, 2}, 1, {}}});
-  for (const auto& subs : surfaces) w.surface("Skin", [&](IffBytes& b) { for (const Body& sub : subs) sub(b); });
+  for (const auto& subs : surfaces)
+    w.surface("Skin", [&](IffBytes& b) {
+      for (const Body& sub : subs) sub(b);
+    });
   return w.bytes();
 }
 LwoFilePtr LoadSurfaces(const std::vector<std::vector<Body>>& surfaces) { return LoadBytes(SurfacesFile(surfaces)); }
@@ -42,9 +53,7 @@ TEST(LightWaveOlder, OneLayerOfFacePolygonsWithDetailPolygons) {
   LwobWriter w;
   w.srfs({"Red", "Blue"})
       .points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, -2}})
-      .polygons({{{0, 1, 2}, 1, {}},
-                 {{0, 1, 2, 3}, -2, {{{1, 2, 3}, 1, {}}, {{2, 3, 4}, 2, {}}}},
-                 {{4, 3, 2}, 2, {}}})
+      .polygons({{{0, 1, 2}, 1, {}}, {{0, 1, 2, 3}, -2, {{{1, 2, 3}, 1, {}}, {{2, 3, 4}, 2, {}}}}, {{4, 3, 2}, 2, {}}})
       .surface("Blue", U2("DIFF", 128));
   const LwoFilePtr file = LoadBytes(w.bytes());
   ASSERT_NE(file, nullptr);
@@ -63,8 +72,8 @@ TEST(LightWaveOlder, OneLayerOfFacePolygonsWithDetailPolygons) {
 
 TEST(LightWaveOlder, FixedPointByteAndFlagAttributes) {
   const LwoFilePtr file =
-      LoadSurfaces({{Sub("COLR", [](IffBytes& d) { d.u1(255).u1(128).u1(0).u1(0); }), U2("DIFF", 205),
-                     U2("GLOS", 64), U2("FLAG", 0x0104), U2("LUMI", 0xFF00), U2("TRAN", 32)},
+      LoadSurfaces({{Sub("COLR", [](IffBytes& d) { d.u1(255).u1(128).u1(0).u1(0); }), U2("DIFF", 205), U2("GLOS", 64),
+                     U2("FLAG", 0x0104), U2("LUMI", 0xFF00), U2("TRAN", 32)},
                     {F4("VDIF", {0.8f}), U2("FLAG", 0x0298), U2("GLOS", 0), F4("VRFL", {0.7f})}});
   ASSERT_NE(file, nullptr);
   const so_lwo_surface& s = *file->surfaces[0];
@@ -78,20 +87,28 @@ TEST(LightWaveOlder, FixedPointByteAndFlagAttributes) {
 
   const so_lwo_surface& t = *file->surfaces[1];
   // GLOS 0 has no logarithm: a finite floor. VRFL is not read.
-  EXPECT_EQ((std::vector<float>{t.diffuse.value, t.highlight_tint.value, t.filter_tint.value,
-                                t.diffuse_sharpness.value, t.additive_transparency.value, t.smoothing_angle,
-                                t.glossiness.value, t.reflection.value}),
-            (std::vector<float>{0.8f, 1, 1, 0.5f, 1, 0, 0, 0}));
+  EXPECT_EQ(
+      (std::vector<float>{t.diffuse.value, t.highlight_tint.value, t.filter_tint.value, t.diffuse_sharpness.value,
+                          t.additive_transparency.value, t.smoothing_angle, t.glossiness.value, t.reflection.value}),
+      (std::vector<float>{0.8f, 1, 1, 0.5f, 1, 0, 0, 0}));
   EXPECT_EQ(t.sidedness, 1);
 }
 
 TEST(LightWaveOlder, TexturesComeFromTheirTextAndTakeTheSubchunksAfterThem) {
   const LwoFilePtr file = LoadSurfaces({{
-      U2("TFLG", 0x7E), Str("TIMG", "early.png"),  // no texture yet: ignored, no clip
-      Str("CTEX", "Cylindrical Image Map"), U2("TFLG", 0x64), F4("TSIZ", {2, 3, 4}), Str("TIMG", "a.png"),
-      Str("DTEX", "Fractal Noise"), U2("TFLG", 0x7A), Str("LTEX", "Spherical Image Map"),
-      Str("STEX", "Cubic Image Map"), Str("RTEX", "Front Projection Image Map"),
-      Str("TTEX", "Planar Cylindrical Image Map"), Str("BTEX", "Image Map"),
+      U2("TFLG", 0x7E),
+      Str("TIMG", "early.png"),  // no texture yet: ignored, no clip
+      Str("CTEX", "Cylindrical Image Map"),
+      U2("TFLG", 0x64),
+      F4("TSIZ", {2, 3, 4}),
+      Str("TIMG", "a.png"),
+      Str("DTEX", "Fractal Noise"),
+      U2("TFLG", 0x7A),
+      Str("LTEX", "Spherical Image Map"),
+      Str("STEX", "Cubic Image Map"),
+      Str("RTEX", "Front Projection Image Map"),
+      Str("TTEX", "Planar Cylindrical Image Map"),
+      Str("BTEX", "Image Map"),
   }});
   ASSERT_NE(file, nullptr);
   const so_lwo_surface& s = *file->surfaces[0];
@@ -167,9 +184,9 @@ TEST(LightWaveOlder, EveryTruncationFailsAndCorruptionNeverCrashes) {
       .polygons({{{0, 1, 2, 3}, -1, {{{0, 2, 1}, 2, {}}}}, {{3, 2, 1}, 2, {}}})
       .chunk("JUNK", [](IffBytes& b) { b.u2(7); })
       .surface("Skin", [](IffBytes& b) {
-        for (const Body& sub : {U2("FLAG", 0x4), Str("RIMG", "sky.jpg"), Str("CTEX", "Planar Image Map"),
-                                F4("TVEL", {1, 0, 0}), Str("TIMG", "a (sequence)"), Str("TREF", "ref"),
-                                Str("SHDR", "Glow"), U2("SDAT", 5)})
+        for (const Body& sub :
+             {U2("FLAG", 0x4), Str("RIMG", "sky.jpg"), Str("CTEX", "Planar Image Map"), F4("TVEL", {1, 0, 0}),
+              Str("TIMG", "a (sequence)"), Str("TREF", "ref"), Str("SHDR", "Glow"), U2("SDAT", 5)})
           sub(b);
       });
   ExpectOnlyWholeFilesLoad(w.bytes(), w.chunk_ends());
@@ -179,7 +196,12 @@ TEST(LightWaveOlder, PointIndexesSurfaceNumbersAndMalformedRecords) {
   // Two surface names: the last valid values load, the first invalid fail;
   // without names there is one unnamed surface.
   constexpr read_error ok = read_error::none, past = read_error::index_out_of_range;
-  struct Case { std::uint16_t corner; std::int16_t surface; bool names; read_error kind; };
+  struct Case {
+    std::uint16_t corner;
+    std::int16_t surface;
+    bool names;
+    read_error kind;
+  };
   for (const Case c : {Case{2, 2, true, ok}, Case{3, 2, true, past}, Case{2, 3, true, past}, Case{2, 0, true, past},
                        Case{2, -2, true, ok}, Case{2, -3, true, past}, Case{2, -32768, true, past},
                        Case{2, 1, false, ok}, Case{2, 2, false, past}}) {
@@ -191,7 +213,7 @@ TEST(LightWaveOlder, PointIndexesSurfaceNumbersAndMalformedRecords) {
   const auto pols = [](const Body& body) {
     return Why(LwobWriter().points({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}).chunk("POLS", body).bytes());
   };
-  for (const Body& cut : {Body([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2); }),  // no surface number
+  for (const Body& cut : {Body([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2); }),              // no surface number
                           Body([](IffBytes& b) { b.u2(3).u2(0).u2(1).u2(2).u2(0xFFFF); })})  // no detail count
     EXPECT_EQ(pols(cut), std::pair(read_error::bad_chunk_size, zFourCC("POLS")));
   // The detail count (7 here, for one polygon) is skipped, not trusted.

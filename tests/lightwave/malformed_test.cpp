@@ -3,9 +3,9 @@
 // files load.
 #include <gtest/gtest.h>
 
+#include "fixtures/lwo_writer.h"
 #include "objects/lightwave/so_lwo_read.h"
 #include "tests/lightwave/lwo_test_util.h"
-#include "fixtures/lwo_writer.h"
 
 namespace so3d::test {
 using namespace so3d::fixtures;
@@ -18,8 +18,10 @@ TEST(LightWavePrimitives, ReadsCountTheirBytesStayInBoundsAndTheErrorSticks) {
   TempDir dir;
   reader r, s;
   const reader_guard close_r{r}, close_s{s};
-  ASSERT_TRUE(open_reader(r, dir.Write("a.bin", IffBytes().u2(0xBEEF).index4(0x56).raw("\xFF\x01\x02\x03")
-                                                     .str("ab").str("").raw("\x01").bytes()).c_str()));
+  ASSERT_TRUE(open_reader(
+      r, dir.Write("a.bin",
+                   IffBytes().u2(0xBEEF).index4(0x56).raw("\xFF\x01\x02\x03").str("ab").str("").raw("\x01").bytes())
+             .c_str()));
   EXPECT_EQ(read_u2(r), 0xBEEF);
   EXPECT_EQ(read_index(r), 0x56u);  // 4-byte form of a small value
   EXPECT_EQ(read_index(r), 0x010203u);
@@ -84,7 +86,12 @@ TEST(LightWaveMalformed, HeadersFormsAndDeclaredSizes) {
   EXPECT_EQ(missing.kind, read_error::cannot_open);
   EXPECT_EQ(so_lwo_load(nullptr), nullptr);
   const LwoWriter form = LwoWriter().points({{1, 1, 1}});  // a form size past the data: a missing header
-  struct Whole { std::string bytes; read_error kind; std::uint32_t chunk; std::uint64_t offset; };
+  struct Whole {
+    std::string bytes;
+    read_error kind;
+    std::uint32_t chunk;
+    std::uint64_t offset;
+  };
   const Whole files[] = {
       {std::string("FORM\0\0\0\x04LW", 10), read_error::truncated, 0, 8},  // short header: the form type is cut
       {IffBytes().id("RIFF").u4(12).id("LWO2").id("PNTS").u4(0).bytes(), read_error::bad_header, 0, 0},
@@ -101,22 +108,27 @@ TEST(LightWaveMalformed, HeadersFormsAndDeclaredSizes) {
 
   // Chunks declared past the file, or shorter than their readers need, fail
   // at their own id; empty POLS and TAGS load, empty PNTS, VMAP and VMAD do not.
-  struct Case { const char* id; Body body; std::optional<std::uint32_t> declared; read_error kind; };
+  struct Case {
+    const char* id;
+    Body body;
+    std::optional<std::uint32_t> declared;
+    read_error kind;
+  };
   const Case cases[] = {
       {"JUNK", [](IffBytes& b) { b.u4(0); }, 1000, read_error::bad_chunk_size},
       {"PNTS", [](IffBytes& b) { b.f4(1).f4(2).f4(3); }, 0xFFFFFFF0u, read_error::bad_chunk_size},
       {"LAYR", [](IffBytes& b) { b.u2(1).u2(0).f4(0).f4(0).f4(0).str("name"); }, 10, read_error::bad_chunk_size},
       {"BBOX", [](IffBytes& b) { b.f4(1).f4(1).f4(1).f4(2).f4(2).f4(2); }, 20, read_error::bad_chunk_size},
-      {"POLS", {}, {}, read_error::none}, {"TAGS", {}, {}, read_error::none},
-      {"PNTS", {}, {}, read_error::bad_chunk_size}, {"VMAP", {}, {}, read_error::bad_chunk_size},
+      {"POLS", {}, {}, read_error::none},
+      {"TAGS", {}, {}, read_error::none},
+      {"PNTS", {}, {}, read_error::bad_chunk_size},
+      {"VMAP", {}, {}, read_error::bad_chunk_size},
       {"VMAD", {}, {}, read_error::bad_chunk_size},
   };
   for (const Case& c : cases) {
     const read_failure got = LoadFailure(LwoWriter().points({{1, 1, 1}}).chunk(c.id, c.body, c.declared).bytes());
     EXPECT_EQ(got.kind, c.kind) << c.id << ": " << describe(got.kind);
-    if (got) {
-      EXPECT_EQ(got.chunk, Id(c.id)) << c.id;
-    }
+    if (got) { EXPECT_EQ(got.chunk, Id(c.id)) << c.id; }
   }
 }
 
@@ -126,7 +138,7 @@ TEST(LightWaveMalformed, RecordsCrossingTheirBlockEnd) {
   const std::pair<const char*, Body> cases[] = {
       {"POLS", [](IffBytes& b) { b.id("FACE").u2(3).u2(0).u2(1); }},  // third index missing
       {"POLS", [](IffBytes& b) { b.id("FACE").u2(2).u2(0).u2(1).u2(1).raw("\xFF\x00"); }},
-      {"POLS", [](IffBytes& b) { b.id("FACE"); }},  // kind without polygons: empty block
+      {"POLS", [](IffBytes& b) { b.id("FACE"); }},   // kind without polygons: empty block
       {"TAGS", [](IffBytes& b) { b.raw("abcd"); }},  // no zero
       {"VMAP", [](IffBytes& b) { b.id("TXUV").u2(2).str("uv").u2(0).f4(1); }},
       {"VMAD", [](IffBytes& b) { b.id("TXUV").u2(1).str("uv").u2(0).u2(0).u2(0); }},
@@ -135,8 +147,8 @@ TEST(LightWaveMalformed, RecordsCrossingTheirBlockEnd) {
   for (const auto& [id, body] : cases) {
     const std::string bytes = LwoWriter().points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}).chunk(id, body).bytes();
     const read_failure got = LoadFailure(bytes);
-    EXPECT_TRUE(got.kind == read_error::bad_chunk_size || got.kind == read_error::truncated) << id << ": "
-                                                                                            << describe(got.kind);
+    EXPECT_TRUE(got.kind == read_error::bad_chunk_size || got.kind == read_error::truncated)
+        << id << ": " << describe(got.kind);
     EXPECT_EQ(got.chunk, Id(id)) << id;
     EXPECT_GE(got.offset, 64u) << id;
     EXPECT_LE(got.offset, bytes.size()) << id;

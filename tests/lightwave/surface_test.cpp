@@ -2,8 +2,8 @@
 // clip sources and envelope keys.
 #include <gtest/gtest.h>
 
-#include "tests/lightwave/lwo_test_util.h"
 #include "fixtures/lwo_writer.h"
+#include "tests/lightwave/lwo_test_util.h"
 
 namespace so3d::test {
 using namespace so3d::fixtures;
@@ -48,7 +48,7 @@ TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn)
     b.sub("XYZW", [](IffBytes& d) { d.u4(7); });  // unknown: skipped
     b.sub("ALPH", [](IffBytes& d) { d.u2(2).f4(0.25f); });
     b.sub("AVAL", [](IffBytes& d) { d.f4(0.75f); });  // alpha only
-    b.sub("LINE", {});                                  // size 0: enables, nothing more
+    b.sub("LINE", {});                                // size 0: enables, nothing more
   });
   ASSERT_NE(s, nullptr);
   EXPECT_EQ(s->color.rgb[2], 0.78431f);  // defaults stay
@@ -56,12 +56,12 @@ TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn)
   EXPECT_TRUE(s->line.enabled == 1 && s->line.line_flags == 0);
   // A sub-chunk that reads more than its declared size fails the surface,
   // and so does a texture block whose attributes run past its end.
-  for (const Body& overrun : {Body([](IffBytes& b) { b.begin_sub("COLR").f4(1).f4(1).f4(1).index(0).end_sub(4); }),
-                              Body([](IffBytes& b) {
-                                b.begin_sub("BLOK").sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
-                                b.sub("PROJ", [](IffBytes& d) { d.u2(1); }).end_sub(14);  // PROJ ends 2 bytes past
-                                b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
-                              })})
+  for (const Body& overrun :
+       {Body([](IffBytes& b) { b.begin_sub("COLR").f4(1).f4(1).f4(1).index(0).end_sub(4); }), Body([](IffBytes& b) {
+          b.begin_sub("BLOK").sub("IMAP", [](IffBytes& h) { h.str("\x80"); });
+          b.sub("PROJ", [](IffBytes& d) { d.u2(1); }).end_sub(14);  // PROJ ends 2 bytes past
+          b.sub("PROJ", [](IffBytes& d) { d.u2(1); });
+        })})
     EXPECT_EQ(Why(LwoWriter().surface("Skin", overrun).bytes()),
               std::pair(read_error::bad_chunk_size, zFourCC("SURF")));
   // The declared size (16) ends inside the DIFF sub-chunk's data: the
@@ -85,7 +85,9 @@ TEST(LightWaveSurface, TextureLayersOfEachKind) {
       k.sub("FUNC", [](IffBytes& d) { d.str("Noise").raw("\x01\x02"); });
     })(b);
     TextureBlock("GRAD", "\x81", "BUMP", [](IffBytes& k) {
-      k.sub("FKEY", [](IffBytes& d) { for (int i = 0; i < 10; ++i) d.f4(static_cast<float>(i)); });
+      k.sub("FKEY", [](IffBytes& d) {
+        for (int i = 0; i < 10; ++i) d.f4(static_cast<float>(i));
+      });
     })(b);
   });
   ASSERT_NE(s, nullptr);
@@ -197,8 +199,12 @@ TEST(LightWaveEnvelope, KeysInTimeOrderWithSpanParametersByShape) {
   EXPECT_TRUE(keys[2]->value == 11.0f && keys[2]->bias == 0.3f && keys[2]->param[0] == 0.0f);
   EXPECT_TRUE(keys[3]->tension == 0.5f && keys[3]->continuity == 0.0f);
   // A span before any key, or a key past the declared size, fails.
-  for (const std::string& bad : {ChunkFile("ENVL", [&](IffBytes& b) { span(b.index(1), "TCB ", {0, 0, 0}); }),
-                                 ChunkFile("ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12)})
+  for (const std::string& bad : {ChunkFile("ENVL",
+                                           [&](IffBytes& b) {
+                                             span(b.index(1), "TCB ", {0, 0, 0});
+                                           }),
+                                 ChunkFile(
+                                     "ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12)})
     EXPECT_EQ(Why(bad), std::pair(read_error::bad_chunk_size, zFourCC("ENVL")));
 }
 

@@ -4,8 +4,8 @@
 #include <tuple>
 #include <vector>
 
-#include "objects/so_lightwave_object.h"
 #include "fixtures/lwo_writer.h"
+#include "objects/so_lightwave_object.h"
 #include "tests/support/temp_dir.h"
 #include "tests/textures/memory_texture_manager.h"
 
@@ -32,8 +32,8 @@ struct SurfaceAttributes {
 void Surface(LwoWriter& w, const SurfaceAttributes& s) {
   w.surface(s.name, [&s](IffBytes& b) {
     b.sub("COLR", [&](IffBytes& c) { c.f4(s.color[0]).f4(s.color[1]).f4(s.color[2]).index(0); });
-    for (const auto& [id, value] : {std::pair{"DIFF", s.diffuse}, {"LUMI", s.luminosity}, {"SPEC", s.specular},
-                                    {"GLOS", s.glossiness}})
+    for (const auto& [id, value] :
+         {std::pair{"DIFF", s.diffuse}, {"LUMI", s.luminosity}, {"SPEC", s.specular}, {"GLOS", s.glossiness}})
       b.sub(id, [&](IffBytes& c) { c.f4(value).index(0); });
     b.sub("SIDE", [&](IffBytes& c) { c.u2(s.sidedness); });
     for (const ImageBlock& t : s.blocks) {
@@ -122,8 +122,8 @@ TEST_F(LightWaveObject, MaterialsNamesAndSides) {
   std::vector<float> got{s.power};
   for (const so_rgba& c : {s.color, s.diffuse, s.ambient, s.specular, s.emissive})
     got.insert(got.end(), {c.r, c.g, c.b, c.a});
-  EXPECT_EQ(got, (std::vector<float>{0.4f, 0.8f, 0.4f, 0, 0, 0.8f, 0.4f, 0, 0, 0.26666668f, 0.13333334f, 0, 0,
-                                     0.6f, 0.6f, 0.6f, 0, 0.25f, 0.125f, 0, 0}));
+  EXPECT_EQ(got, (std::vector<float>{0.4f, 0.8f, 0.4f, 0,    0, 0.8f,  0.4f,   0, 0, 0.26666668f, 0.13333334f, 0,
+                                     0,    0.6f, 0.6f, 0.6f, 0, 0.25f, 0.125f, 0, 0}));
   EXPECT_EQ(std::string(object->SurfaceAt(1)->name), long_name.substr(0, 63));
   for (int i = 0; i < 4; ++i) EXPECT_EQ(object->SurfaceAt(i)->double_sided, i < 2) << i;
 }
@@ -138,8 +138,11 @@ TEST_F(LightWaveObject, TheFirstColourLayerChoosesTheImage) {
   Surface(w, {.name = "Twice", .blocks = {{"\x80", 5}}});
   Surface(w, {.name = "Missing", .blocks = {{"\x80", 9}}});
   Surface(w, {.name = "One"});
-  for (const auto& [index, kind, name] : {std::tuple{3u, "STIL", "three.png"}, {5u, "STIL", "five-a.png"},
-                                          {7u, "ISEQ", "seq"}, {5u, "STIL", "five-b.png"}, {8u, "STIL", ""}})
+  for (const auto& [index, kind, name] : {std::tuple{3u, "STIL", "three.png"},
+                                          {5u, "STIL", "five-a.png"},
+                                          {7u, "ISEQ", "seq"},
+                                          {5u, "STIL", "five-b.png"},
+                                          {8u, "STIL", ""}})
     Clip(w, index, kind, name);
   const auto object = Load(w);
   ASSERT_TRUE(object);

@@ -34,9 +34,7 @@ class TestManager : public soObjectManager {
   bool refuse = false;
 
  private:
-  soObject* create_drawable_object(soObject* source) override {
-    return refuse ? nullptr : new Wrapper(source, log);
-  }
+  soObject* create_drawable_object(soObject* source) override { return refuse ? nullptr : new Wrapper(source, log); }
 };
 
 soObject* Find(soObjectManager& manager, const char* name) {

@@ -3,19 +3,17 @@
 
 #include <cstring>
 
+#include "base/so_records.h"
 #include "module/so_module.h"
 #include "platform/foundation/z_boot.h"
 #include "platform/foundation/z_file_stream.h"
 #include "platform/foundation/z_string_id.h"
 #include "scene/so_object_settings.h"
-#include "base/so_records.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
-so_vectors evaluated() {
-  return {{1, 2, 3}, {0.1f, 0.2f, 0.3f}, {2, 4, 8}, 0.8f, {-1, -2, -3}, {1, 2, 3, 4}};
-}
+so_vectors evaluated() { return {{1, 2, 3}, {0.1f, 0.2f, 0.3f}, {2, 4, 8}, 0.8f, {-1, -2, -3}, {1, 2, 3, 4}}; }
 
 void expect_same(const so_vectors& a, const so_vectors& b) {
   for (int i = 0; i < 17; ++i) EXPECT_FLOAT_EQ((&a.pos.x)[i], (&b.pos.x)[i]) << "field " << i;

@@ -166,10 +166,14 @@ TEST(soOverlayObject, MakesAFrameQuadInEitherWinding) {
     float normal_z;
     std::vector<UV> coords;
   } cases[] = {
-      {so_handedness_left, {{-3.6f, -2.4f}, {-3.6f, 2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, 2.4f}, {3.6f, -2.4f}},
-       -1.0f, {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}}},
-      {so_handedness_right, {{3.6f, 2.4f}, {-3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, -2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}},
-       1.0f, {{1, 0}, {0, 0}, {0, 1}, {1, 1}, {1, 0}, {0, 1}}},
+      {so_handedness_left,
+       {{-3.6f, -2.4f}, {-3.6f, 2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, 2.4f}, {3.6f, -2.4f}},
+       -1.0f,
+       {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}}},
+      {so_handedness_right,
+       {{3.6f, 2.4f}, {-3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, -2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}},
+       1.0f,
+       {{1, 0}, {0, 0}, {0, 1}, {1, 1}, {1, 0}, {0, 1}}},
   };
   for (const auto& c : cases) {
     soOverlayObject overlay("overlay");

@@ -11,13 +11,13 @@
 #include <tuple>
 #include <vector>
 
+#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
 #include "render/so_d3d_scene_renderer.h"
 #include "render/so_d3d_utils.h"
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -93,8 +93,12 @@ class Renderer : public ::testing::Test {
     for (const DrawnObject& d : r.log.draws) out.push_back(f(d));
     return out;
   }
-  std::vector<std::string> Drawn() const { return Drawn([](const DrawnObject& d) { return Text(d); }); }
-  std::vector<std::string> Names() const { return Drawn([](const DrawnObject& d) { return d.name; }); }
+  std::vector<std::string> Drawn() const {
+    return Drawn([](const DrawnObject& d) { return Text(d); });
+  }
+  std::vector<std::string> Names() const {
+    return Drawn([](const DrawnObject& d) { return d.name; });
+  }
   using Records = std::vector<std::pair<const zRecord*, const zRecord*>>;
   Records DrawnRecords() const {
     return Drawn([](const DrawnObject& d) { return std::pair(d.state.record, d.state.other_record); });
@@ -105,13 +109,13 @@ TEST_F(Renderer, InitalizeSetsTheFixedPipelineInOrder) {
   renderer.Initalize(720, 480);
   EXPECT_EQ(device.Log(),
             (std::vector<std::string>{
-                "SetRenderState(137, 1)", "SetRenderState(22, 1)", "SetRenderState(26, 0)", "SetRenderState(29, 1)",
-                "SetRenderState(27, 0)", "SetVertexShader(null)", "SetSamplerState(0, 6, 2)",
-                "SetSamplerState(0, 5, 2)", "SetSamplerState(0, 1, 3)", "SetSamplerState(0, 2, 3)",
-                "SetRenderState(145, 0)", "SetTextureStageState(0, 1, 4)", "SetTextureStageState(0, 2, 2)",
-                "SetTextureStageState(0, 3, 0)", "SetTextureStageState(0, 4, 4)", "SetTextureStageState(1, 1, 4)",
-                "SetTextureStageState(1, 2, 2)", "SetTextureStageState(1, 3, 1)", "SetTextureStageState(1, 4, 4)",
-                "SetTextureStageState(1, 5, 2)", "SetTextureStageState(1, 6, 1)"}));
+                "SetRenderState(137, 1)",        "SetRenderState(22, 1)",         "SetRenderState(26, 0)",
+                "SetRenderState(29, 1)",         "SetRenderState(27, 0)",         "SetVertexShader(null)",
+                "SetSamplerState(0, 6, 2)",      "SetSamplerState(0, 5, 2)",      "SetSamplerState(0, 1, 3)",
+                "SetSamplerState(0, 2, 3)",      "SetRenderState(145, 0)",        "SetTextureStageState(0, 1, 4)",
+                "SetTextureStageState(0, 2, 2)", "SetTextureStageState(0, 3, 0)", "SetTextureStageState(0, 4, 4)",
+                "SetTextureStageState(1, 1, 4)", "SetTextureStageState(1, 2, 2)", "SetTextureStageState(1, 3, 1)",
+                "SetTextureStageState(1, 4, 4)", "SetTextureStageState(1, 5, 2)", "SetTextureStageState(1, 6, 1)"}));
 }
 
 TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
@@ -221,9 +225,9 @@ TEST_F(Renderer, TiledObjectsGetTileDataOthersNone) {
   EXPECT_EQ(r.log.draws[0].state.tile_data, nullptr);
   const DrawnObject& tiled = r.log.draws[1];
   ASSERT_NE(tiled.state.tile_data, nullptr);
-  EXPECT_EQ(std::tuple(tiled.tile.tile_x, tiled.tile.tile_y, Round(tiled.tile.area_width),
-                       tiled.state.drawing_functions),
-            std::tuple(40.0f, 60.0f, 7.2f, functions));
+  EXPECT_EQ(
+      std::tuple(tiled.tile.tile_x, tiled.tile.tile_y, Round(tiled.tile.area_width), tiled.state.drawing_functions),
+      std::tuple(40.0f, 60.0f, 7.2f, functions));
 }
 
 TEST_F(Renderer, InterpolatedTransitionAtStartMiddleAndEnd) {
@@ -308,9 +312,9 @@ TEST_F(Nested, CarriersShowSceneAOnScreenZeroAndSceneBOnScreenOne) {
     EXPECT_EQ(Drawn(), expected[step]);
     EXPECT_EQ(DrawnRecords(), (Records{{&record_a, nullptr}, {&record_b, nullptr}, {nullptr, nullptr}}));
     // The scene's view, read back; per nested scene its view and world; the plain world.
-    EXPECT_EQ(device.Log(), (std::vector<std::string>{"SetTransform(2)", "GetTransform(2)", "SetTransform(2)",
-                                                      "SetTransform(256)", "SetTransform(2)", "SetTransform(256)",
-                                                      "SetTransform(256)"}));
+    EXPECT_EQ(device.Log(),
+              (std::vector<std::string>{"SetTransform(2)", "GetTransform(2)", "SetTransform(2)", "SetTransform(256)",
+                                        "SetTransform(2)", "SetTransform(256)", "SetTransform(256)"}));
   }
   Draw(t.get(), frame, 0, 0x2);
   ASSERT_EQ(r.log.draws.size(), 3u);
@@ -322,10 +326,10 @@ TEST_F(Nested, EverySubSceneDrawnSceneBNeedsScreensAndNestingStops) {
   t->AddSubScene(b.get(), nullptr, 0, 1.0f, a.get(), nullptr, 0, 1.75f);
   Draw(t.get(), frame, 1);
   // The second sub-scene runs from its own starts: b from 1 + 1 / 2, a from fmod(1.75 + 0.5, 2).
-  EXPECT_EQ(Drawn([](const DrawnObject& d) { return std::pair(d.name, d.state.time); }),
-            (std::vector<std::pair<std::string, float>>{
-                {"a.lwo", 0.75f}, {"b.lwo", 1}, {"plain.lwo", 1}, {"b.lwo", 1.5f}, {"a.lwo", 0.25f},
-                {"plain.lwo", 1}}));
+  EXPECT_EQ(
+      Drawn([](const DrawnObject& d) { return std::pair(d.name, d.state.time); }),
+      (std::vector<std::pair<std::string, float>>{
+          {"a.lwo", 0.75f}, {"b.lwo", 1}, {"plain.lwo", 1}, {"b.lwo", 1.5f}, {"a.lwo", 0.25f}, {"plain.lwo", 1}}));
   Draw(t.get(), {}, 0);
   EXPECT_EQ(Names(), (std::vector<std::string>{"a.lwo", "plain.lwo", "b.lwo", "plain.lwo"}));
 

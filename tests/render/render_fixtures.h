@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "fixtures/lwo_writer.h"
 #include "objects/so_object.h"
 #include "objects/so_object_manager.h"
 #include "scene/so_scene.h"
-#include "fixtures/lwo_writer.h"
 #include "tests/support/recording_device.h"
 #include "tests/textures/memory_texture_manager.h"
 
@@ -45,9 +45,7 @@ class RecordingObject : public soObject {
       d.view = log_.device->Transform(D3DTS_VIEW);
     }
   }
-  bool LoadObject(const char* path, std::int32_t handedness) override {
-    return wrapped_->LoadObject(path, handedness);
-  }
+  bool LoadObject(const char* path, std::int32_t handedness) override { return wrapped_->LoadObject(path, handedness); }
   std::int32_t SurfaceCount() const override { return wrapped_->SurfaceCount(); }
   so_surface* SurfaceAt(std::int32_t index) override { return wrapped_->SurfaceAt(index); }
   void GetBoundingBox(so_vector3& min, so_vector3& max) override { wrapped_->GetBoundingBox(min, max); }

@@ -10,11 +10,11 @@
 #include <new>
 #include <string>
 
+#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
 #include "render/so_d3d_scene_renderer.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 
 namespace {

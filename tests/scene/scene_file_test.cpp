@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
 #include <string>
+#include <utility>
 
+#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_file_stream.h"
 #include "scene/so_lightwave_scene.h"
 #include "tests/render/render_fixtures.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
 
@@ -60,7 +60,7 @@ TEST(SceneFile, CameraLightsAndAmbient) {
   SceneWriter w;
   w.Ambient(0.5f, 0.25f, 1, 0.75f).Camera().Line("TargetItem 0");
   w.Light(1, 1, 0, 0, 2).Line("LightConeAngle 30").Line("LightType 3");  // 3: kind unchanged
-  w.Light(2, 0, 1, 0, 1).Line("LightColor 0.5");  // only red given: green and blue stay
+  w.Light(2, 0, 1, 0, 1).Line("LightColor 0.5");                         // only red given: green and blue stay
   ASSERT_EQ(s.Load(w.Text()), 0);
   EXPECT_TRUE(s.scene->CameraHasTarget());
   EXPECT_FLOAT_EQ(s.Camera(1).pos.z, 0);  // AddCamera dropped the default key
@@ -88,7 +88,7 @@ TEST(SceneFile, LineRulesAndChannelKeys) {
   Loaded s;
   SceneWriter w;
   w.Camera();
-  w.Line("Channel 6").Line("  { Envelope").Line("}");  // empty envelope: scale reads 0
+  w.Line("Channel 6").Line("  { Envelope").Line("}");                      // empty envelope: scale reads 0
   w.Line("Channel 8").Line("{ Envelope").Line("Key 0.5 0 0 0 0 0 0 0 0");  // depth scale forced to 1
   w.Line("Channel 0").Line("Envelope").Line("Key 1 0 3").Line("Key 5 2 3").Line("Key 3 2 3");  // later wins
   w.Line("Channel 17").Line("Key 9 0 0");  // no such channel: ignored

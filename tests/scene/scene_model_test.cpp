@@ -87,7 +87,7 @@ TEST_F(SceneModel, SettingsAreAppliedAfterReadingAndBeforeKeying) {
   record.SetFloatPoint(so_id_scale, {2, 0.5f});
   so_vectors v = At(1, 1, 1);
   ASSERT_EQ(scene->EvaluateObject(0, 0, true, &v, nullptr, &record), 0);
-  EXPECT_FLOAT_EQ(v.pos.x, 2);              // the caller's record carries the settings
+  EXPECT_FLOAT_EQ(v.pos.x, 2);            // the caller's record carries the settings
   EXPECT_FLOAT_EQ(XAt(*scene, 0, 0), 2);  // ...and so do the keys
   EXPECT_FLOAT_EQ(XAt(*scene, 0, 0, &record), 3);
   so_vectors read{};

@@ -5,11 +5,11 @@
 #include <tuple>
 #include <vector>
 
+#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "fixtures/scene_writer.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
 
@@ -71,8 +71,9 @@ TEST_F(Transition, UnpairedObjectsFadeInPlaceAndUnlistedScreensAreLeftOut) {
   so_screen_data sb[] = {{2, 2, nullptr, 0}};
   t->Interpolate(a.get(), sa, 1, 0, b.get(), sb, 1, 0);
   ASSERT_EQ(t->ObjectCount(), 2u);  // A's screen-1 object builds out, B's builds in
-  EXPECT_EQ((std::vector<float>{Eval(*t, 0, 0).trans, Eval(*t, 0, 2).trans, Eval(*t, 1, 0).trans, Eval(*t, 1, 2).trans}),
-            (std::vector<float>{1, 0, 0, 1}));
+  EXPECT_EQ(
+      (std::vector<float>{Eval(*t, 0, 0).trans, Eval(*t, 0, 2).trans, Eval(*t, 1, 0).trans, Eval(*t, 1, 2).trans}),
+      (std::vector<float>{1, 0, 0, 1}));
   EXPECT_TRUE(Eval(*t, 0, 2).pos.x == -1 && Eval(*t, 1, 1).pos.x == 1);
 }
 
@@ -127,8 +128,8 @@ TEST_F(Transition, SubScenesAreRecordedAndPinned) {
 
   so_object_data d{};
   EXPECT_FLOAT_EQ(Eval(*a, 0, 2, &d).pos.x, -0.5f);  // entry settings applied once
-  EXPECT_TRUE(d.screen == 1 && d.slot == 6);  // slot of the entry at position 1
-  EXPECT_FLOAT_EQ(Eval(*a, 1, 0).pos.x, 1);  // screen 1 maps to screen 0: no settings
+  EXPECT_TRUE(d.screen == 1 && d.slot == 6);         // slot of the entry at position 1
+  EXPECT_FLOAT_EQ(Eval(*a, 1, 0).pos.x, 1);          // screen 1 maps to screen 0: no settings
   Eval(*a, 2, 0, &d);
   EXPECT_EQ(d.screen, 7);  // beyond the table: left alone
 }

@@ -1,9 +1,9 @@
 #include "tests/support/temp_dir.h"
 
+#include <unistd.h>
 #include <atomic>
 #include <fstream>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace so3d::test {
 

@@ -28,6 +28,6 @@ std::filesystem::path LightWaveTestData();
 }  // namespace so3d::test
 
 // Skips the current test when the public test data is missing.
-#define SO3D_REQUIRE_LIGHTWAVE_DATA(dir)                                                  \
-  const std::filesystem::path dir = ::so3d::test::LightWaveTestData();                    \
+#define SO3D_REQUIRE_LIGHTWAVE_DATA(dir)                               \
+  const std::filesystem::path dir = ::so3d::test::LightWaveTestData(); \
   if (dir.empty()) GTEST_SKIP() << "public LightWave test data not found (SO3D_SHARED_DIR)"

@@ -15,7 +15,10 @@ namespace so3d::test {
 class MemoryTextureManager : public soTextureManager {
  public:
   static constexpr std::uint8_t fill = 0xCD;
-  struct Texture { int pitch = 0; std::vector<std::uint8_t> bytes; };
+  struct Texture {
+    int pitch = 0;
+    std::vector<std::uint8_t> bytes;
+  };
   std::map<std::int32_t, Texture> textures;
   std::vector<std::string> calls;  // e.g. "create 7", "lock 7", "unlock 7", "delete 7"
   bool refuse_create = false, refuse_lock = false;
@@ -31,7 +34,9 @@ class MemoryTextureManager : public soTextureManager {
   }
 
   bool BindTexture(const so_surface&, const so_object_data&, so_alpha_type*, std::int32_t*, std::int32_t*, float*,
-                   float*) override { return false; }
+                   float*) override {
+    return false;
+  }
   void UnbindAll() override {}
   bool HasTexture(const so_surface&, const so_object_data&) override { return false; }
 
@@ -52,7 +57,9 @@ class MemoryTextureManager : public soTextureManager {
   void delete_texture(std::int32_t id) override { calls.push_back("delete " + std::to_string(id)); }
 };
 
-struct ReleaseManager { void operator()(soTextureManager* manager) const { manager->Release(); } };
+struct ReleaseManager {
+  void operator()(soTextureManager* manager) const { manager->Release(); }
+};
 using MemoryManagerPtr = std::unique_ptr<MemoryTextureManager, ReleaseManager>;
 inline MemoryManagerPtr MakeMemoryManager() { return MemoryManagerPtr(new MemoryTextureManager); }
 

@@ -94,7 +94,8 @@ TEST(TexturePaths, DriveLetterCommonFolderAndSameFolderRules) {
             "/home/u/Content/Images/wood.jpg");
   // Without a match `out` is left alone.
   // Case matters; no ':', or no folder, never matches.
-  for (const char* name : {"X:Other/Images/wood.jpg", "X:content/Images/wood.jpg", "Content/Images/wood.jpg", "X:wood.jpg"})
+  for (const char* name :
+       {"X:Other/Images/wood.jpg", "X:content/Images/wood.jpg", "Content/Images/wood.jpg", "X:wood.jpg"})
     EXPECT_EQ(relative(name, "D:\\Work\\Content\\Scenes\\intro.lws", back), "unchanged") << name;
   for (const char* base : {static_cast<const char*>(nullptr), ""})
     EXPECT_EQ(relative("X:Content/Images/wood.jpg", base, back), "unchanged");
@@ -113,17 +114,18 @@ std::array<int, 4> bgra(Rgba c) { return {c.b, c.g, c.r, c.a}; }
 
 // Texels (near|far, near|far) must show the four quadrant colours.
 void expect_quadrants(const MemoryTextureManager& m, std::int32_t id, int near, int far) {
-  EXPECT_EQ((std::vector{m.Texel(id, near, near), m.Texel(id, far, near), m.Texel(id, near, far), m.Texel(id, far, far)}),
-            (std::vector{bgra(red), bgra(green), bgra(blue), bgra(grey)}));
+  EXPECT_EQ(
+      (std::vector{m.Texel(id, near, near), m.Texel(id, far, near), m.Texel(id, near, far), m.Texel(id, far, far)}),
+      (std::vector{bgra(red), bgra(green), bgra(blue), bgra(grey)}));
 }
 
 TestImage quadrants(int width, int height) { return TestImage::Quadrants(width, height, red, green, blue, grey); }
 
 TEST(MakeBitmap, StretchesToTheTextureRowByRowWithThePitch) {
   TempDir dir;
-  for (const std::string& path : {dir.Write("q.png", EncodePng(quadrants(64, 32))),
-                                  dir.Write("q.bmp", EncodeBmp(quadrants(64, 32))),
-                                  dir.Write("wide.png", EncodePng(quadrants(640, 480)))}) {
+  for (const std::string& path :
+       {dir.Write("q.png", EncodePng(quadrants(64, 32))), dir.Write("q.bmp", EncodeBmp(quadrants(64, 32))),
+        dir.Write("wide.png", EncodePng(quadrants(640, 480)))}) {
     SCOPED_TRACE(path);
     auto m = MakeMemoryManager();
     ASSERT_TRUE(m->make_bitmap(path.c_str(), 7));
@@ -166,9 +168,12 @@ TEST(MakeBitmap, UnusableFilesFailBeforeAnyTextureIsMade) {
   for (int at : {18, 22}) huge_bmp.replace(std::size_t(at), 4, std::string("\xA0\x86\x01\x00", 4));
   std::filesystem::create_directories(dir.Path() / "folder.png");
   const std::string huge[] = {dir.Write("huge.png", huge_png), dir.Write("huge.bmp", huge_bmp)};
-  const std::string bad[] = {(dir.Path() / "missing.png").string(), dir.Write("empty.png", ""),
-                             (dir.Path() / "folder.png").string(), dir.Write("cut.png", png.substr(0, png.size() / 2)),
-                             dir.Write("text.png", "only some text, not a picture\n"), ""};
+  const std::string bad[] = {(dir.Path() / "missing.png").string(),
+                             dir.Write("empty.png", ""),
+                             (dir.Path() / "folder.png").string(),
+                             dir.Write("cut.png", png.substr(0, png.size() / 2)),
+                             dir.Write("text.png", "only some text, not a picture\n"),
+                             ""};
   auto m = MakeMemoryManager();
   for (const auto& path : bad) EXPECT_FALSE(m->make_bitmap(path.c_str(), 3)) << path;
   image::Picture picture;
