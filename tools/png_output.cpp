@@ -1,6 +1,7 @@
 #include "tools/png_output.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <new>
 
 #include "platform/image/image_file.h"
@@ -16,9 +17,28 @@ constexpr unsigned gap = 4;
 constexpr std::uint8_t ground = 0x30;
 }  // namespace
 
-bool WritePng(const std::string& path, unsigned width, unsigned height, const std::vector<std::uint8_t>& rgba) {
-  if (rgba.size() < std::size_t(width) * height * 4) return false;
-  return stbi_write_png(path.c_str(), int(width), int(height), 4, rgba.data(), int(width * 4)) != 0;
+// Rendered frames are mostly flat colour: the fastest deflate level costs a
+// few percent of size and saves most of the encoding time. Set once, before
+// any encoding thread starts.
+const bool fast_deflate = (stbi_write_png_compression_level = 1, true);
+
+bool WritePng(const std::string& path, unsigned width, unsigned height, const std::uint8_t* rgba) {
+  return rgba && stbi_write_png(path.c_str(), int(width), int(height), 4, rgba, int(width * 4)) != 0;
+}
+
+bool WritePngAtomically(const std::string& path, unsigned width, unsigned height, const std::uint8_t* rgba) {
+  const std::string partial = path + ".partial";
+  if (!WritePng(partial, width, height, rgba)) {
+    std::remove(partial.c_str());
+    return false;
+  }
+  return std::rename(partial.c_str(), path.c_str()) == 0;
+}
+
+bool ContactSheet::Shows(int index, int count) {
+  if (count <= max_cells) return true;
+  // The first frame of each of max_cells even stretches of the run.
+  return index == 0 || std::int64_t(index) * max_cells / count != std::int64_t(index - 1) * max_cells / count;
 }
 
 ContactSheet::ContactSheet(unsigned width, unsigned height, int columns, unsigned thumb_width)
@@ -57,7 +77,7 @@ bool ContactSheet::Write(const std::string& path) const {
       std::copy_n(thumbs_[n].data() + std::size_t(y) * thumb_w_ * 4, std::size_t(thumb_w_) * 4,
                   sheet.data() + (std::size_t(y0 + y) * w + x0) * 4);
   }
-  return WritePng(path, w, h, sheet);
+  return WritePngAtomically(path, w, h, sheet.data());
 }
 
 }  // namespace so3d::tools

@@ -56,9 +56,10 @@ bool ToColour(const char* text, std::uint32_t& out) {
 const char* Usage() {
   return "usage: so3d-render [options] A.lws [B.lws]\n"
          "Renders a scene, or a transition from scene A to scene B, to PNG frames.\n"
-         "  --size WxH          output size in pixels (720x480)\n"
-         "  --frames N          frames to render, evenly over the time range (25)\n"
+         "  --size WxH          output size in pixels (720x480; 1 to 8192 each)\n"
+         "  --frames N          frames to render, evenly over the time range (25; at most 100000)\n"
          "  --from T --to T     time range (0 to 2; a transition always runs 0 to 2)\n"
+         "  --at T              one still frame at time T (frame_0000.png)\n"
          "  --time-a T          scene time that A is taken at in a transition (0)\n"
          "  --time-b T          scene time that B is taken at in a transition (0)\n"
          "  --nest CARRIER.lws  draw A and B inside the carrier's screen-0 and screen-1\n"
@@ -73,6 +74,10 @@ const char* Usage() {
          "  --faithful          read scene files as a host with no load options does (no later\n"
          "                      revisions, no scene or content folder lookups)\n"
          "  --strict            stop with status 3 when a scene loads no object or none that shows a screen\n"
+         "  --version           print the version\n"
+         "Frames are written on worker threads, each under a temporary name renamed when complete;\n"
+         "frame files of an earlier run in the output folder are removed first. Exit status: 0, 1 when\n"
+         "something cannot be read or written, 2 for a bad command line, 3 for --strict warnings.\n"
          "Each scene's load is summarised on one line; so3d-info FILE.lws prints the details.\n"
          "examples:\n"
          "  so3d-render --frames 10 --out frames fx/flat.lws fx/card.lws\n"
@@ -80,7 +85,7 @@ const char* Usage() {
 }
 
 bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::string& error) {
-  bool range_given = false;
+  bool range_given = false, frames_given = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     auto value = [&](const char*& out) {
@@ -95,12 +100,22 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
     if (arg == "-h" || arg == "--help") {
       o.help = true;
       return true;
+    } else if (arg == "--version") {
+      o.version = true;
+      return true;
+    } else if (arg == "--at") {
+      if (!value(v)) return false;
+      if (!ToFloat(v, o.from)) return error = "bad --at: " + std::string(v), false;
+      o.to = o.from;
+      o.frames = 1;
+      o.still = true;
     } else if (arg == "--size") {
       if (!value(v)) return false;
       if (!ToSize(v, o.width, o.height)) return error = "bad --size (WxH, 1 to 8192 each): " + std::string(v), false;
     } else if (arg == "--frames") {
       if (!value(v)) return false;
       if (!ToInt(v, 1, max_frames, o.frames)) return error = "bad --frames: " + std::string(v), false;
+      frames_given = true;
     } else if (arg == "--from" || arg == "--to" || arg == "--time-a" || arg == "--time-b") {
       if (!value(v)) return false;
       float& target = arg == "--from" ? o.from : arg == "--to" ? o.to : arg == "--time-a" ? o.time_a : o.time_b;
@@ -143,6 +158,8 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
   }
   if (o.scenes.empty() || o.scenes.size() > 2) return error = "give one or two scene files", false;
   if (o.scenes.size() == 2 && range_given) return error = "--from/--to apply to a single scene", false;
+  if (o.still && (range_given || frames_given))
+    return error = "--at gives one frame: no --from, --to or --frames", false;
   if (!o.nest.empty() && o.scenes.size() != 2) return error = "--nest needs two scenes", false;
   return true;
 }

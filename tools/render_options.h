@@ -26,6 +26,8 @@ struct RenderOptions {
   bool faithful = false;                  // read scenes exactly as a host with no load options does
   bool strict = false;                    // warnings about what a scene loaded end the run (status 3)
   bool help = false;
+  bool version = false;
+  bool still = false;  // --at: one frame at `from`, in a transition too
 };
 
 // False with a message in `error` when the command line cannot be used.

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "backends/gles/gles_device.h"
@@ -17,7 +18,9 @@
 #include "scene/so_load_options.h"
 #include "scene/so_scene.h"
 #include "textures/so_d3d_texture_manager.h"
+#include "tools/frame_writer.h"
 #include "tools/png_output.h"
+#include "tools/render_output.h"
 #include "tools/render_options.h"
 #include "tools/test_pictures.h"
 
@@ -93,7 +96,8 @@ std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::strin
   options.report = &report;
   scene->SetLoadOptions(&options);
   if (const std::int32_t status = scene->Load(path.c_str(), objects.ObjectHandedness()); status != 0) {
-    std::fprintf(stderr, "so3d-render: cannot read scene %s: %s\n", path.c_str(), so3d::describe(report.failure.kind));
+    std::fprintf(stderr, "so3d-render: %s: cannot read the scene file (%s)\n", path.c_str(),
+                 so3d::describe(report.failure.kind));
     return nullptr;
   }
   scene->LoadTextures();
@@ -110,6 +114,10 @@ std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::strin
 
 int Run(const RenderOptions& o) {
   std::string why;
+  if (!so3d::tools::PrepareOutput(o.out, o.sheet, why)) {
+    std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
+    return 1;
+  }
   GlesDevice* raw_device = nullptr;
   if (FAILED(GlesDevice::Create({o.width, o.height}, &raw_device, &why))) {
     std::fprintf(stderr, "so3d-render: no OpenGL ES 3 device: %s\n", why.c_str());
@@ -148,8 +156,10 @@ int Run(const RenderOptions& o) {
   std::unique_ptr<soScene> carrier;
   float from = o.from, to = o.to;
   if (loaded.size() == 2) {
-    from = 0.0f;
-    to = transition_duration;
+    if (!o.still) {
+      from = 0.0f;
+      to = transition_duration;
+    }
     if (!o.nest.empty()) {
       carrier = LoadScene(*objects, o.nest, o, strict_failure);
       if (!carrier) return strict_failure ? 3 : 1;
@@ -164,14 +174,13 @@ int Run(const RenderOptions& o) {
     drawn = carrier.get();
   }
 
-  std::error_code ec;
-  std::filesystem::create_directories(o.out, ec);
   soD3DSceneRenderer renderer(device.get());
   renderer.Initalize(std::int32_t(o.width), std::int32_t(o.height));
   renderer.UpdateProjectionSize(std::int32_t(o.width), std::int32_t(o.height));
   so3d::tools::ContactSheet sheet(o.width, o.height, o.columns);
-  std::vector<std::uint8_t> frame(std::size_t(o.width) * o.height * 4);
-  int written = 0;
+  // Encoding runs beside the render loop; one core stays with the loop.
+  so3d::tools::FrameWriter writer(o.width, o.height, std::max(1u, std::thread::hardware_concurrency() - 1));
+  so3d::tools::Progress progress(o.frames);
   for (int i = 0; i < o.frames; ++i) {
     const float t = o.frames > 1 ? from + (to - from) * float(i) / float(o.frames - 1) : from;
     for (int n = 0; n < screen_count; ++n) {
@@ -183,27 +192,29 @@ int Run(const RenderOptions& o) {
     device->BeginScene();
     renderer.Draw(drawn, table, screen_count, t, transition_duration, 0, nullptr, 0, nullptr);
     device->EndScene();
+    std::vector<std::uint8_t>& frame = writer.Acquire();
     if (FAILED(device->ReadPixels(frame.data(), std::size_t(o.width) * 4, so3d::gles::PixelOrder::rgba))) {
-      std::fprintf(stderr, "so3d-render: reading frame %d back failed\n", i);
+      std::fprintf(stderr, "so3d-render: reading frame %d back failed: %s\n", i, device->LastError().c_str());
       return 1;
     }
     // Blending leaves partial alpha behind; a picture file shows the colours as they are.
     for (std::size_t p = 3; p < frame.size(); p += 4) frame[p] = 0xFF;
-    char name[32];
-    std::snprintf(name, sizeof name, "frame_%04d.png", i);
-    const std::string path = (std::filesystem::path(o.out) / name).string();
-    if (!so3d::tools::WritePng(path, o.width, o.height, frame)) {
-      std::fprintf(stderr, "so3d-render: cannot write %s\n", path.c_str());
-      return 1;
-    }
-    ++written;
-    if (!o.sheet.empty() && !sheet.Add(frame)) std::fprintf(stderr, "so3d-render: contact sheet skips frame %d\n", i);
+    if (!o.sheet.empty() && so3d::tools::ContactSheet::Shows(i, o.frames) && !sheet.Add(frame))
+      std::fprintf(stderr, "so3d-render: contact sheet skips frame %d (out of memory)\n", i);
+    writer.Submit(frame, so3d::tools::FramePath(o.out, i));
+    progress.Step(i + 1);
   }
   textures->UnbindAll();
-  std::printf("wrote %d frames (time %g to %g) to %s\n", written, double(from), double(to), o.out.c_str());
+  const std::string failed = writer.Finish();
+  progress.Done();
+  if (!failed.empty()) {
+    std::fprintf(stderr, "so3d-render: %s\n", failed.c_str());
+    return 1;
+  }
+  std::printf("wrote %d frames (time %g to %g) to %s\n", o.frames, double(from), double(to), o.out.c_str());
   if (!o.sheet.empty()) {
     if (!sheet.Write(o.sheet)) {
-      std::fprintf(stderr, "so3d-render: cannot write contact sheet %s\n", o.sheet.c_str());
+      std::fprintf(stderr, "so3d-render: %s: cannot write the contact sheet\n", o.sheet.c_str());
       return 1;
     }
     std::printf("contact sheet: %s\n", o.sheet.c_str());
@@ -227,6 +238,10 @@ int main(int argc, char** argv) {
   }
   if (options.help) {
     std::printf("%s", so3d::tools::Usage());
+    return 0;
+  }
+  if (options.version) {
+    std::printf("so3d-render %s\n", SO3D_VERSION);
     return 0;
   }
   zBoot::BootAll();

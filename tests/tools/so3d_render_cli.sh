@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# so3d-render as a person uses it: exit statuses, one-line messages naming
+# the file and the reason, nothing written where it cannot be, no frames of
+# an earlier run left beside a new one, a still at a chosen time.
+set -u
+render=$1 effect=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+expect() {  # expect STATUS PATTERN -- command...
+  local want=$1 pattern=$2
+  shift 3
+  local out status
+  out=$("$@" 2>&1)
+  status=$?
+  if [ "$status" -ne "$want" ] || ! grep -qE -- "$pattern" <<<"$out"; then
+    echo "FAIL: $* -> status $status (wanted $want), output: $out"
+    failures=$((failures + 1))
+  fi
+}
+a=$effect/flat.lws b=$effect/card.lws
+expect 0 "^so3d-render [0-9]+\.[0-9]+" -- "$render" --version
+expect 0 "examples:" -- "$render" --help
+expect 2 "unknown option --nope" -- "$render" --nope "$a"
+expect 2 "bad --size" -- "$render" --size 9000x10 "$a"
+expect 2 "--at gives one frame" -- "$render" --at 1 --frames 3 "$a" "$b"
+expect 1 "missing.lws: cannot read" -- "$render" --out "$work/o" "$work/missing.lws"
+expect 1 "cannot make the output folder" -- "$render" --out /proc/so3d "$a"
+expect 1 "contact sheet's folder does not exist" -- "$render" --out "$work/o" --sheet "$work/none/s.png" "$a"
+test ! -e "$work/o/frame_0000.png" || { echo "FAIL: frames written before the sheet check"; failures=$((failures + 1)); }
+
+printf 'LWSC\n5\n\nLoadObjectLayer 1 10000000 gone.lwo\n' >"$work/empty.lws"
+expect 3 "loaded no object" -- "$render" --strict --out "$work/o" "$work/empty.lws"
+expect 0 "0 of 1 objects loaded, 1 not found \(gone.lwo\)" -- "$render" --frames 1 --out "$work/o" "$work/empty.lws"
+
+mkdir -p "$work/run"
+expect 0 "wrote 3 frames" -- "$render" --frames 3 --out "$work/run" "$a" "$b"
+expect 0 "wrote 1 frames \(time 1.5 to 1.5\)" -- "$render" --at 1.5 --out "$work/run" "$a" "$b"
+leftover=$(ls "$work/run")
+[ "$leftover" = "frame_0000.png" ] || { echo "FAIL: earlier frames left: $leftover"; failures=$((failures + 1)); }
+
+if [ "$failures" -eq 0 ]; then echo "so3d-render command line: all checks passed"; fi
+exit "$failures"
