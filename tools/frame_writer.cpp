@@ -39,6 +39,14 @@ void FrameWriter::Submit(std::vector<std::uint8_t>& frame, std::string path) {
   changed_.notify_all();
 }
 
+void FrameWriter::Release(std::vector<std::uint8_t>& frame) {
+  {
+    std::lock_guard lock(mutex_);
+    free_.push_back(&frame);
+  }
+  changed_.notify_all();
+}
+
 std::string FrameWriter::Finish() {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return jobs_.empty() && busy_ == 0; });

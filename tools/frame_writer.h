@@ -28,6 +28,8 @@ class FrameWriter {
   std::vector<std::uint8_t>& Acquire();
   // Queues the buffer from Acquire to be written to `path`.
   void Submit(std::vector<std::uint8_t>& frame, std::string path);
+  // Gives a buffer from Acquire back unwritten.
+  void Release(std::vector<std::uint8_t>& frame);
   // Waits for every queued frame; the first failure as "PATH: reason", or "".
   std::string Finish();
 

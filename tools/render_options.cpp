@@ -66,7 +66,10 @@ const char* Usage() {
          "                      objects instead of morphing A into B\n"
          "  --screen N=FILE     picture for screen N (0-5); generated test pictures\n"
          "                      show every screen that has none\n"
-         "  --out DIR           folder for frame_NNNN.png (.)\n"
+         "  --out DIR           folder for frame_NNNN.png (.; with --video only when given)\n"
+         "  --video PATH        also stream the frames as video to a file, a named pipe or - (stdout)\n"
+         "  --video-format F    y4m (4:2:0), y4m444, bgra or rgba (raw bytes) (y4m)\n"
+         "  --rate N            frames per second in the video header (25)\n"
          "  --sheet FILE        also write a contact sheet of all frames\n"
          "  --columns N         frames per row of the contact sheet (5)\n"
          "  --background RRGGBB clear colour (000000)\n"
@@ -81,7 +84,8 @@ const char* Usage() {
          "Each scene's load is summarised on one line; so3d-info FILE.lws prints the details.\n"
          "examples:\n"
          "  so3d-render --frames 10 --out frames fx/flat.lws fx/card.lws\n"
-         "  so3d-render --screen 0=a.png --screen 1=b.jpg --sheet sheet.png A.lws B.lws\n";
+         "  so3d-render --screen 0=a.png --screen 1=b.jpg --sheet sheet.png A.lws B.lws\n"
+         "  so3d-render --frames 100 --video - A.lws B.lws | ffmpeg -i - out.mp4\n";
 }
 
 bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::string& error) {
@@ -134,6 +138,13 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
     } else if (arg == "--out") {
       if (!value(v)) return false;
       o.out = v;
+      o.out_given = true;
+    } else if (arg == "--video" || arg == "--video-format") {
+      if (!value(v)) return false;
+      (arg == "--video" ? o.video : o.video_format) = v;
+    } else if (arg == "--rate") {
+      if (!value(v)) return false;
+      if (!ToInt(v, 1, 1000, o.rate)) return error = "bad --rate (1 to 1000): " + std::string(v), false;
     } else if (arg == "--sheet") {
       if (!value(v)) return false;
       o.sheet = v;

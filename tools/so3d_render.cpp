@@ -23,6 +23,7 @@
 #include "tools/render_output.h"
 #include "tools/render_options.h"
 #include "tools/test_pictures.h"
+#include "tools/video_output.h"
 
 namespace {
 
@@ -31,6 +32,10 @@ using so3d::tools::RenderOptions;
 
 constexpr int screen_count = soD3DTextureManager::screen_count;
 constexpr float transition_duration = 2.0f;
+
+// Where messages for a person go: standard error when the video goes to
+// standard output.
+std::FILE* info = stdout;
 
 struct Release {
   void operator()(IUnknown* p) const {
@@ -102,7 +107,7 @@ std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::strin
   }
   scene->LoadTextures();
   scene->SetLoadOptions(nullptr);
-  std::printf("%s\n", report.Summary().c_str());
+  std::fprintf(info, "%s\n", report.Summary().c_str());
   const std::vector<std::string> warnings = report.Warnings();
   for (const std::string& w : warnings) std::fprintf(stderr, "so3d-render: warning: %s\n", w.c_str());
   if (o.strict && !warnings.empty()) {
@@ -114,9 +119,23 @@ std::unique_ptr<soScene> LoadScene(soD3DObjectManager& objects, const std::strin
 
 int Run(const RenderOptions& o) {
   std::string why;
-  if (!so3d::tools::PrepareOutput(o.out, o.sheet, why)) {
+  const bool frames = o.video.empty() || o.out_given;
+  if (frames && !so3d::tools::PrepareOutput(o.out, o.sheet, why)) {
     std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
     return 1;
+  }
+  so3d::tools::VideoOutput video;
+  so3d::tools::VideoFormat video_format{};
+  if (!o.video.empty()) {
+    if (!so3d::tools::ParseVideoFormat(o.video_format, video_format)) {
+      std::fprintf(stderr, "so3d-render: unknown --video-format %s (y4m, y4m444, bgra or rgba)\n",
+                   o.video_format.c_str());
+      return 2;
+    }
+    if (!video.Open(o.video, video_format, o.width, o.height, unsigned(o.rate), why)) {
+      std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
+      return 1;
+    }
   }
   GlesDevice* raw_device = nullptr;
   if (FAILED(GlesDevice::Create({o.width, o.height}, &raw_device, &why))) {
@@ -124,7 +143,7 @@ int Run(const RenderOptions& o) {
     return 1;
   }
   std::unique_ptr<GlesDevice, Release> device(raw_device);
-  std::printf("device: %ux%u on %s (%s)\n", o.width, o.height, device->Renderer().c_str(), device->Platform().c_str());
+  std::fprintf(info, "device: %ux%u on %s (%s)\n", o.width, o.height, device->Renderer().c_str(), device->Platform().c_str());
 
   std::vector<Screen> screens(screen_count);
   for (int n = 0; n < screen_count; ++n) {
@@ -201,7 +220,15 @@ int Run(const RenderOptions& o) {
     for (std::size_t p = 3; p < frame.size(); p += 4) frame[p] = 0xFF;
     if (!o.sheet.empty() && so3d::tools::ContactSheet::Shows(i, o.frames) && !sheet.Add(frame))
       std::fprintf(stderr, "so3d-render: contact sheet skips frame %d (out of memory)\n", i);
-    writer.Submit(frame, so3d::tools::FramePath(o.out, i));
+    if (!o.video.empty() && !video.Write(frame.data())) {
+      std::fprintf(stderr, "so3d-render: %s: the video reader has gone or the disk is full\n", o.video.c_str());
+      return 1;
+    }
+    if (frames) {
+      writer.Submit(frame, so3d::tools::FramePath(o.out, i));
+    } else {
+      writer.Release(frame);
+    }
     progress.Step(i + 1);
   }
   textures->UnbindAll();
@@ -211,13 +238,18 @@ int Run(const RenderOptions& o) {
     std::fprintf(stderr, "so3d-render: %s\n", failed.c_str());
     return 1;
   }
-  std::printf("wrote %d frames (time %g to %g) to %s\n", o.frames, double(from), double(to), o.out.c_str());
+  if (!video.Close()) {
+    std::fprintf(stderr, "so3d-render: %s: the video could not be completed\n", o.video.c_str());
+    return 1;
+  }
+  std::fprintf(info, "wrote %d frames (time %g to %g) to %s\n", o.frames, double(from), double(to),
+               frames ? o.out.c_str() : o.video.c_str());
   if (!o.sheet.empty()) {
     if (!sheet.Write(o.sheet)) {
       std::fprintf(stderr, "so3d-render: %s: cannot write the contact sheet\n", o.sheet.c_str());
       return 1;
     }
-    std::printf("contact sheet: %s\n", o.sheet.c_str());
+    std::fprintf(info, "contact sheet: %s\n", o.sheet.c_str());
   }
   // Scenes release their objects before the registry goes, and the registry
   // its buffers before the device.
@@ -244,6 +276,7 @@ int main(int argc, char** argv) {
     std::printf("so3d-render %s\n", SO3D_VERSION);
     return 0;
   }
+  if (options.video == "-") info = stderr;
   zBoot::BootAll();
   const int status = Run(options);
   zBoot::ShutdownAll();

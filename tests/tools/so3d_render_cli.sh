@@ -39,5 +39,15 @@ expect 0 "wrote 1 frames \(time 1.5 to 1.5\)" -- "$render" --at 1.5 --out "$work
 leftover=$(ls "$work/run")
 [ "$leftover" = "frame_0000.png" ] || { echo "FAIL: earlier frames left: $leftover"; failures=$((failures + 1)); }
 
+# Video to a file and to standard output: headers, frame sizes, nothing else on stdout.
+expect 0 "wrote 2 frames" -- "$render" --frames 2 --size 64x48 --video "$work/v.y4m" "$a" "$b"
+head -c 9 "$work/v.y4m" | grep -q YUV4MPEG2 || { echo "FAIL: no YUV4MPEG2 header"; failures=$((failures + 1)); }
+header=$(head -n 1 "$work/v.y4m" | wc -c)
+[ "$(stat -c %s "$work/v.y4m")" -eq $((header + 2 * (6 + 64 * 48 * 3 / 2))) ] ||
+  { echo "FAIL: y4m size"; failures=$((failures + 1)); }
+bytes=$("$render" --frames 3 --size 64x48 --video - --video-format bgra "$a" "$b" 2>/dev/null | wc -c)
+[ "$bytes" -eq $((3 * 64 * 48 * 4)) ] || { echo "FAIL: raw bgra on stdout: $bytes bytes"; failures=$((failures + 1)); }
+expect 1 "even width and height" -- "$render" --size 63x48 --video "$work/odd.y4m" "$a"
+
 if [ "$failures" -eq 0 ]; then echo "so3d-render command line: all checks passed"; fi
 exit "$failures"
