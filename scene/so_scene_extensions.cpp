@@ -8,6 +8,7 @@
 
 #include "base/so_file_paths.h"
 #include "objects/lightwave/so_lwo_file.h"
+#include "objects/lightwave/so_lwo_nested.h"
 #include "objects/so_object.h"
 #include "scene/so_envelope_eval.h"
 #include "scene/so_lightwave_scene.h"
@@ -62,6 +63,7 @@ bool soLightWaveScene::load_from_candidates(soObject& object, const char* name, 
     for (std::string& extra : resolve_in_content_folders(name, path_, content, "Objects"))
       candidates.push_back(std::move(extra));
   }
+  const so3d::lwo::modern_forms_scope forms(modern);
   for (const std::string& candidate : candidates) {
     if (candidate.empty()) continue;
     if (entry) entry->tried.push_back(candidate);

@@ -21,7 +21,7 @@ struct RenderOptions {
   bool out_given = false;  // with --video, PNG frames only when --out is given
   std::string video;       // file, named pipe or "-" for standard output
   std::string video_format = "y4m";
-  int rate = 25;           // frames per second written in the video header
+  int rate = 25;  // frames per second written in the video header
   std::string sheet;
   int columns = 5;
   std::uint32_t background = 0xFF000000;  // A8R8G8B8

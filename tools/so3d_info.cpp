@@ -11,6 +11,7 @@
 #include "backends/recording/recording_device.h"
 #include "module/so3d.h"
 #include "objects/lightwave/so_lwo_file.h"
+#include "objects/lightwave/so_lwo_nested.h"
 #include "platform/foundation/z_string_id.h"
 #include "scene/so_load_options.h"
 
@@ -48,7 +49,8 @@ void print_registrations() {
                 zStringID::Default()->Name(static_cast<std::int32_t>(id)).c_str());
 }
 
-bool print_object(const char* path) {
+bool print_object(const char* path, bool modern) {
+  const so3d::lwo::modern_forms_scope forms(modern);
   so3d::read_failure failure;
   std::unique_ptr<so_lwo_file, void (*)(so_lwo_file*)> file(so_lwo_load(path, &failure), so_lwo_release);
   if (!file) {
@@ -202,7 +204,8 @@ int main(int argc, char** argv) {
   }
   bool all = true;
   for (const std::string& f : files)
-    all = (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str())) && all;
+    all =
+        (ends_with(f, ".lws") ? print_scene(f.c_str(), options) : print_object(f.c_str(), options.modern_files)) && all;
   zBoot::ShutdownAll();
   return all ? 0 : 1;
 }

@@ -20,8 +20,8 @@
 #include "textures/so_d3d_texture_manager.h"
 #include "tools/frame_writer.h"
 #include "tools/png_output.h"
-#include "tools/render_output.h"
 #include "tools/render_options.h"
+#include "tools/render_output.h"
 #include "tools/test_pictures.h"
 #include "tools/video_output.h"
 
@@ -143,7 +143,8 @@ int Run(const RenderOptions& o) {
     return 1;
   }
   std::unique_ptr<GlesDevice, Release> device(raw_device);
-  std::fprintf(info, "device: %ux%u on %s (%s)\n", o.width, o.height, device->Renderer().c_str(), device->Platform().c_str());
+  std::fprintf(info, "device: %ux%u on %s (%s)\n", o.width, o.height, device->Renderer().c_str(),
+               device->Platform().c_str());
 
   std::vector<Screen> screens(screen_count);
   for (int n = 0; n < screen_count; ++n) {

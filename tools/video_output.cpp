@@ -41,11 +41,13 @@ bool VideoOutput::Open(const std::string& path, VideoFormat format, unsigned wid
   width_ = width;
   height_ = height;
   const std::size_t pixels = std::size_t(width) * height;
-  planes_.resize(format == VideoFormat::y4m420 ? pixels * 3 / 2 : format == VideoFormat::y4m444 ? pixels * 3 : pixels * 4);
+  planes_.resize(format == VideoFormat::y4m420   ? pixels * 3 / 2
+                 : format == VideoFormat::y4m444 ? pixels * 3
+                                                 : pixels * 4);
   if (format == VideoFormat::y4m420 || format == VideoFormat::y4m444) {
     const char* chroma = format == VideoFormat::y4m420 ? "420jpeg" : "444";
-    if (std::fprintf(file_, "YUV4MPEG2 W%u H%u F%u:1 Ip A1:1 C%s XCOLORRANGE=LIMITED\n", width, height, rate,
-                     chroma) < 0) {
+    if (std::fprintf(file_, "YUV4MPEG2 W%u H%u F%u:1 Ip A1:1 C%s XCOLORRANGE=LIMITED\n", width, height, rate, chroma) <
+        0) {
       error = path + ": cannot write";
       return false;
     }
@@ -58,8 +60,7 @@ bool VideoOutput::Write(const std::uint8_t* rgba) {
   const std::size_t pixels = std::size_t(width_) * height_;
   std::uint8_t* out = planes_.data();
   switch (format_) {
-    case VideoFormat::rgba:
-      return std::fwrite(rgba, 4, pixels, file_) == pixels;
+    case VideoFormat::rgba: return std::fwrite(rgba, 4, pixels, file_) == pixels;
     case VideoFormat::bgra:
       for (std::size_t i = 0; i < pixels; ++i) {
         const std::uint8_t* p = rgba + i * 4;

@@ -3,14 +3,20 @@
 #include <new>
 
 #include "objects/lightwave/so_lwo_chunks.h"
+#include "objects/lightwave/so_lwo_nested.h"
 #include "objects/lightwave/so_lwo_older.h"
 
 namespace so3d::lwo {
 
 namespace {
 
-bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_t chunk, std::uint32_t size) {
+bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_t chunk, std::uint32_t size,
+                bool nested_forms) {
   switch (chunk) {
+    case zFourCC("FORM"):
+      if (nested_forms) return read_nested_form(r, file, size);
+      skip(r, size);
+      return !r.failed();
     case zFourCC("LAYR"): return read_layer(r, file, layer, size);
     case zFourCC("PNTS"): return read_points(r, *layer, size);
     case zFourCC("POLS"): return read_polygons(r, *layer, size);
@@ -44,13 +50,14 @@ bool read_chunk(reader& r, so_lwo_file& file, so_lwo_layer*& layer, std::uint32_
 }
 
 // Reads the chunks of an LWO2 form whose header has been read.
-std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size) {
+std::unique_ptr<so_lwo_file> read_form(reader& r, std::uint32_t form_size, bool nested_forms) {
   auto file = std::make_unique<so_lwo_file>();
   file->layers.push_back(std::make_unique<so_lwo_layer>());
   so_lwo_layer* layer = file->layers.front().get();
 
-  const bool read = walk_chunks(
-      r, form_size, [&](std::uint32_t chunk, std::uint32_t size) { return read_chunk(r, *file, layer, chunk, size); });
+  const bool read = walk_chunks(r, form_size, [&](std::uint32_t chunk, std::uint32_t size) {
+    return read_chunk(r, *file, layer, chunk, size, nested_forms);
+  });
   if (!read) return nullptr;
   close_reader(r);
   if (file->layer_count == 0) file->layer_count = 1;
@@ -99,7 +106,9 @@ so_lwo_file* so_lwo_load(const char* path, so3d::read_failure* failure) {
       std::uint32_t form_size = 0, form_type = 0;
       if (read_form_header(r, form_size, form_type)) {
         if (form_type == zFourCC("LWO2"))
-          file = read_form(r, form_size).release();
+          file = read_form(r, form_size, false).release();
+        else if (form_type == zFourCC("LWO3") && modern_forms_allowed())
+          file = read_form(r, form_size, true).release();
         else if (form_type == zFourCC("LWOB"))
           file = read_older_form(r, form_size).release();
         else

@@ -2,6 +2,7 @@
 // The sub-chunk walk shared by the surface, texture, clip and envelope
 // readers: a U4 identifier and a U2 size (rounded to even) before each
 // sub-chunk's data.
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -9,6 +10,19 @@
 #include "objects/lightwave/so_lwo_surface.h"
 
 namespace so3d::lwo {
+
+// Keeps `list` ascending by ordinal: after every entry that does not compare
+// greater, so equal ordinals stay in file order and an empty one goes first.
+// std::string compares its bytes as unsigned values.
+template <class T>
+void insert_by_ordinal(std::vector<T>& list, T&& item) {
+  const auto at = std::upper_bound(list.begin(), list.end(), item.ordinal,
+                                   [](const std::string& ordinal, const T& e) { return ordinal < e.ordinal; });
+  list.insert(at, std::move(item));
+}
+
+// The texture list of a surface channel ("COLR", "DIFF", …); null for others.
+so_lwo_texture_list* channel_textures(so_lwo_surface& s, std::uint32_t channel);
 
 enum class end_rule {
   at_least,  // done once the limit is reached; the last sub-chunk may overrun it

@@ -7,18 +7,6 @@
 
 namespace so3d::lwo {
 
-namespace {
-
-// Keeps `list` ascending by ordinal: after every entry that does not compare
-// greater, so equal ordinals stay in file order and an empty one goes first.
-// std::string compares its bytes as unsigned values.
-template <class T>
-void insert_by_ordinal(std::vector<T>& list, T&& item) {
-  const auto at = std::upper_bound(list.begin(), list.end(), item.ordinal,
-                                   [](const std::string& ordinal, const T& e) { return ordinal < e.ordinal; });
-  list.insert(at, std::move(item));
-}
-
 so_lwo_texture_list* channel_textures(so_lwo_surface& s, std::uint32_t channel) {
   switch (channel) {
     case zFourCC("COLR"): return &s.color.textures;
@@ -34,6 +22,8 @@ so_lwo_texture_list* channel_textures(so_lwo_surface& s, std::uint32_t channel) 
     default: return nullptr;
   }
 }
+
+namespace {
 
 // TMAP: texture placement, `size` bytes from the reader's position.
 bool read_placement(reader& r, std::uint64_t size, so_lwo_placement& p) {
