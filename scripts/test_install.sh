@@ -13,6 +13,14 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 say() { echo "install: $*"; }
 
+# The README shows the example host whole: its copy must be the file.
+awk '/<!-- examples\/host_minimal.cpp -->/{grab=1; getline; next} grab && /^```$/{exit} grab' \
+  "$root/README.md" >"$work/readme_host.cpp"
+if ! cmp -s "$work/readme_host.cpp" "$root/examples/host_minimal.cpp"; then
+  echo "install: the README's host program differs from examples/host_minimal.cpp"
+  exit 1
+fi
+
 prefix=$work/prefix
 cmake --install "$build" --prefix "$prefix" >/dev/null
 effect=$prefix/share/so3d/effects/demo
