@@ -118,13 +118,10 @@ bool soD3DDrawableObject::bind_mask_texture(const so_drawing_state& state, soXIO
   if (decor_id != 0) {
     // A decor texture can only come from the host.
     if (decor == nullptr) return false;
+    // A lookup that hands back no texture failed, whatever it returned: its
+    // handle is not one to give back.
     const std::int32_t result = decor->GetDecorTexture(decor_id, &texture, &handle);
-    if (result != 0) return false;
-    if (texture == nullptr) {
-      // A lookup that succeeded still handed out its handle.
-      if (handle != 0) decor->ReleaseDecorTexture(handle);
-      return false;
-    }
+    if (result != 0 || texture == nullptr) return false;
   } else {
     texture = texture_manager->GetMaskTexture();
     if (texture == nullptr) return false;

@@ -1,4 +1,5 @@
 #include "scene/so_lightwave_scene.h"
+#include <algorithm>
 
 #include <cstdlib>
 #include <new>
@@ -159,6 +160,15 @@ void soLightWaveScene::LoadTextures() {
 void soLightWaveScene::DepthSort(so_depth_entry* entries, std::uint32_t count, float) {
   if (!entries) return;
   for (std::uint32_t i = 0; i < count && i < items_.size(); ++i) entries[i] = {static_cast<float>(i), i};
+  if (count <= items_.size()) {
+    // Descending depth. The depths are distinct whole numbers, so this is the
+    // order the truncated-difference comparison gives; unlike the C library's
+    // sort it never allocates, whatever the count.
+    std::sort(entries, entries + count,
+              [](const so_depth_entry& a, const so_depth_entry& b) { return a.depth > b.depth; });
+    return;
+  }
+  // A caller's entries past the items hold depths of its own, any float.
   std::qsort(entries, count, sizeof(so_depth_entry), compare_depth);
 }
 

@@ -3,11 +3,9 @@
 
 #include <cmath>
 
-#include "fixtures/lwo_writer.h"
 #include "tests/lightwave/lwo_test_util.h"
 
 namespace so3d::test {
-using namespace so3d::fixtures;
 namespace {
 
 // A unit square in the XY plane, counter-clockwise seen from +z.

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "fixtures/lwo_writer.h"
 #include "objects/lightwave/so_lwo_file.h"
 #include "tests/support/temp_dir.h"
 
@@ -16,6 +17,8 @@ struct LwoFileDeleter {
   void operator()(so_lwo_file* f) const { so_lwo_release(f); }
 };
 using LwoFilePtr = std::unique_ptr<so_lwo_file, LwoFileDeleter>;
+using namespace so3d::fixtures;
+using Body = std::function<void(IffBytes&)>;
 
 // Writes `bytes` to a scratch file and loads it.
 inline LwoFilePtr LoadBytes(std::string_view bytes) {
@@ -29,6 +32,12 @@ inline read_failure LoadFailure(std::string_view bytes) {
   read_failure failure;
   so_lwo_release(so_lwo_load(dir.Write("object.lwo", bytes).c_str(), &failure));
   return failure;
+}
+
+// The kind of failure and the chunk it was found in.
+inline std::pair<read_error, std::uint32_t> Why(std::string_view bytes) {
+  const read_failure f = LoadFailure(bytes);
+  return {f.kind, f.chunk};
 }
 
 // Every strict prefix of `bytes` fails, as truncated or with a chunk that

@@ -3,15 +3,11 @@
 // files load.
 #include <gtest/gtest.h>
 
-#include "fixtures/lwo_writer.h"
 #include "objects/lightwave/so_lwo_read.h"
 #include "tests/lightwave/lwo_test_util.h"
 
 namespace so3d::test {
-using namespace so3d::fixtures;
 namespace {
-
-using Body = std::function<void(IffBytes&)>;
 
 TEST(LightWavePrimitives, ReadsCountTheirBytesStayInBoundsAndTheErrorSticks) {
   using namespace so3d::lwo;

@@ -118,7 +118,7 @@ TEST_F(LightWaveObject, MaterialsNamesAndSides) {
   const auto object = Load(w);
   ASSERT_TRUE(object);
   const so_surface& s = *object->SurfaceAt(0);
-  EXPECT_STREQ(s.name, "Paint");
+  EXPECT_EQ(std::string(s.name), "Paint");
   std::vector<float> got{s.power};
   for (const so_rgba& c : {s.color, s.diffuse, s.ambient, s.specular, s.emissive})
     got.insert(got.end(), {c.r, c.g, c.b, c.a});

@@ -58,8 +58,7 @@ TEST(soObjectManager, SharesOneLightWaveObjectPerExactNameCountsReferencesAndDes
     }
     const soObject* source = static_cast<Wrapper*>(a)->source.get();
     ASSERT_NE(dynamic_cast<const soLightWaveObject*>(source), nullptr);
-    EXPECT_STREQ(source->Name().CString(), "objects/a.lwo");
-    EXPECT_EQ(source->SurfaceCount(), 0);  // not loaded yet
+    EXPECT_TRUE(source->Name() == "objects/a.lwo" && source->SurfaceCount() == 0);  // not loaded yet
     soObject* b = Find(manager, "b");
     soObject* c = Find(manager, "c");
     EXPECT_EQ(manager.ReferenceObject(c), 1);  // the count before this reference
@@ -67,8 +66,7 @@ TEST(soObjectManager, SharesOneLightWaveObjectPerExactNameCountsReferencesAndDes
     log.clear();
     EXPECT_EQ(manager.ReleaseObject(a), 0);
     EXPECT_EQ(log, std::vector<std::string>{"destroy objects/a.lwo"});
-    EXPECT_EQ(manager.ReleaseObject(a), -1);  // gone
-    EXPECT_EQ(manager.ReferenceObject(a), -1);
+    EXPECT_TRUE(manager.ReleaseObject(a) == -1 && manager.ReferenceObject(a) == -1);  // gone
     EXPECT_EQ(manager.ReferenceObject(nullptr), 0);
     soOverlayObject stranger("b");
     EXPECT_EQ(manager.ReferenceObject(&stranger), -1);
@@ -89,10 +87,8 @@ TEST(soObjectManager, SharesOneLightWaveObjectPerExactNameCountsReferencesAndDes
     manager.refuse = true;
     soOverlayObject kept("kept");  // stays the caller's
     soObject* out = &kept;
-    EXPECT_EQ(manager.CreateDrawable(&kept, &out), -1);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(manager.FindObject("x.lwo", &out), -1);  // its new object is not leaked
-    EXPECT_EQ(manager.FindObject(nullptr, &out), -1);
+    EXPECT_TRUE(manager.CreateDrawable(&kept, &out) == -1 && out == nullptr);
+    EXPECT_TRUE(manager.FindObject("x.lwo", &out) == -1 && manager.FindObject(nullptr, &out) == -1);  // nothing leaked
     manager.refuse = false;
     EXPECT_EQ(manager.ReferenceObject(Find(manager, "x.lwo")), 1);  // no stale entry
     log.clear();

@@ -160,34 +160,25 @@ TEST(GenerateTextureCoordinates, GrowsTheArrayButNeverWritesPastTheInterleavedBl
 }
 
 TEST(soOverlayObject, MakesAFrameQuadInEitherWinding) {
-  const struct {
-    std::int32_t handedness;
-    std::vector<UV> corners;  // x, y
-    float normal_z;
-    std::vector<UV> coords;
-  } cases[] = {
-      {so_handedness_left,
-       {{-3.6f, -2.4f}, {-3.6f, 2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, 2.4f}, {3.6f, -2.4f}},
-       -1.0f,
-       {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}}},
-      {so_handedness_right,
-       {{3.6f, 2.4f}, {-3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, -2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}},
-       1.0f,
-       {{1, 0}, {0, 0}, {0, 1}, {1, 1}, {1, 0}, {0, 1}}},
-  };
-  for (const auto& c : cases) {
-    soOverlayObject overlay("overlay");
-    overlay.CreateSurface(720, 480, c.handedness);
-    ASSERT_EQ(overlay.SurfaceCount(), 1);
-    const so_surface& s = *overlay.SurfaceAt(0);
-    ASSERT_TRUE(so_surface_has_name(s, "One") && s.vertex_count == 6);
-    for (int i = 0; i < 6; ++i) {
-      EXPECT_FLOAT_EQ(s.vertices[i].x, c.corners[i].u) << "vertex " << i;
-      EXPECT_FLOAT_EQ(s.vertices[i].y, c.corners[i].v) << "vertex " << i;
-      EXPECT_EQ(s.interleaved[i].normal.z, c.normal_z);
-    }
-    ExpectCoords(s, c.coords);
+  soOverlayObject left("left"), right("right");
+  left.CreateSurface(720, 480, so_handedness_left);
+  right.CreateSurface(720, 480, so_handedness_right);
+  ASSERT_TRUE(left.SurfaceCount() == 1 && right.SurfaceCount() == 1);
+  const so_surface& s = *left.SurfaceAt(0);
+  ASSERT_TRUE(so_surface_has_name(s, "One") && s.vertex_count == 6);
+  const UV corners[] = {{-3.6f, -2.4f}, {-3.6f, 2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, 2.4f}, {3.6f, -2.4f}};
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_FLOAT_EQ(s.vertices[i].x, corners[i].u) << "vertex " << i;
+    EXPECT_FLOAT_EQ(s.vertices[i].y, corners[i].v) << "vertex " << i;
+    EXPECT_EQ(s.interleaved[i].normal.z, -1.0f);
   }
+  ExpectCoords(s, {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}});
+  // Right-handed, each triangle runs the other way and faces +z.
+  const so_surface& r = *right.SurfaceAt(0);
+  EXPECT_TRUE(r.vertex_count == 6 && r.interleaved[5].normal.z == 1.0f);
+  EXPECT_FLOAT_EQ(r.vertices[0].x, 3.6f);
+  EXPECT_FLOAT_EQ(r.vertices[5].y, -2.4f);
+  EXPECT_TRUE(r.texcoords->uv[0].u == 1 && r.texcoords->uv[5].v == 1);
 
   // Surfaces accumulate and the box follows the last. Destroyed through the
   // base, as the registry does; AddressSanitizer checks every block goes.

@@ -27,9 +27,7 @@ class TestRenderer : public soSceneRenderer {
   using soSceneRenderer::DepthSort_ConvertIndex;
   using soSceneRenderer::DepthSort_ValidIndex;
   using soSceneRenderer::DoDepthSort;
-  using soSceneRenderer::FindRecordForScreen;
   using soSceneRenderer::FindRecordsForScreen;
-  using soSceneRenderer::GetScreensForTransition;
 };
 
 // A scene that claims any number of objects and sorts them last first.
@@ -94,7 +92,7 @@ TEST_F(DepthSort, UnreachableSizesDrawNothingAndLeaveTheStorage) {
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0), 5u);
 }
 
-TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAloneAndTransitions) {
+TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAlone) {
   TestRenderer renderer;
   zRecord r1, r2, r3, unset;
   using Out = std::array<const zRecord*, 3>;
@@ -107,20 +105,12 @@ TEST(ScreenLookup, ExactMatchesFirstThenTheScreenAloneAndTransitions) {
   EXPECT_EQ(find(exact, 2, 1, 1), std::pair(1, Out{&r1, &unset, &unset})) << "never past the maximum";
   EXPECT_EQ(find(exact, 2, 1, 2), std::pair(2, Out{&r1, &r3, &unset}));
   EXPECT_EQ(find(exact, 2, 0, 2), std::pair(1, Out{nullptr, &unset, &unset})) << "a null record still matches";
-  EXPECT_EQ(renderer.FindRecordForScreen(exact, 4, so_object_data{0, 0, 0, 1, 2}), &r3);
-  // Without an exact match: the first of the screen, whatever the maximum, or the last for one record.
+  // Without an exact match: the first of the screen, whatever the maximum.
   const so_screen_data by_screen[] = {{1, 5, &r1, 0}, {2, 5, &r2, 0}, {1, 6, &r3, 0}, {0, 0, nullptr, 9}};
   EXPECT_EQ(find(by_screen, 1, 9, 2), std::pair(1, Out{&r1, &unset, &unset}));
   EXPECT_EQ(find(by_screen, 2, 9, 0), std::pair(1, Out{&r2, &unset, &unset}));
-  EXPECT_EQ(renderer.FindRecordForScreen(by_screen, 4, so_object_data{0, 0, 0, 9, 1}), &r3);
   EXPECT_EQ(find(by_screen, 4, 1, 2), std::pair(0, Out{&unset, &unset, &unset}));
   EXPECT_EQ(find(nullptr, 1, 1, 2), std::pair(0, Out{&unset, &unset, &unset}));
-  EXPECT_EQ(renderer.FindRecordForScreen(nullptr, 5, so_object_data{0, 0, 0, 1, 1}), nullptr);
-
-  const so_screen_data screens[] = {{0, 0, nullptr, 1}, {1, 0, nullptr, 2}, {2, 0, nullptr, 1}, {3, 0, nullptr, 2}};
-  const so_screen_data* first = nullptr;
-  EXPECT_TRUE(renderer.GetScreensForTransition(screens, 4, 2, &first) == 2 && first == &screens[1]);
-  EXPECT_TRUE(renderer.GetScreensForTransition(screens, 4, 7, &first) == 0 && first == screens);
 }
 
 }  // namespace

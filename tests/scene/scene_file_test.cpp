@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
+#include "fixtures/lwo_writer.h"
 #include "fixtures/scene_writer.h"
 #include "platform/foundation/z_file_stream.h"
 #include "scene/so_lightwave_scene.h"
-#include "tests/render/render_fixtures.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_registries.h"
 
@@ -40,14 +42,14 @@ std::pair<float, so3d::read_failure> CameraXOf(const std::string& text) {
 }
 
 int LinesOf(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
+auto Where(const so3d::read_failure& f) { return std::tuple(f.kind, f.line, f.offset); }
 
 }  // namespace
 
 TEST(SceneFile, MissingFileKeepsTheFactoryStateAndReportsTheStream) {
   Loaded s;
   EXPECT_EQ(s.scene->Load((s.dir.Path() / "none.lws").c_str(), so_handedness_left), zFileStream::kErrNotFound);
-  EXPECT_TRUE(s.scene->IsLoaded());
-  EXPECT_EQ(s.scene->LightCount(), 1u);
+  EXPECT_TRUE(s.scene->IsLoaded() && s.scene->LightCount() == 1u);
   EXPECT_NE(std::string(s.scene->ScenePath()).find("none.lws"), std::string::npos);
   EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::cannot_open);
   const std::string too_long(soLightWaveScene::max_path_length + 1, 'x');
@@ -68,20 +70,15 @@ TEST(SceneFile, CameraLightsAndAmbient) {
   float intensity = 0;
   so_vector3 color{};
   s.scene->AmbientLight(0, false, &intensity, &color);
-  EXPECT_FLOAT_EQ(color.y, 0.25f);
-  EXPECT_FLOAT_EQ(intensity, 0.75f);
+  EXPECT_TRUE(color.y == 0.25f && intensity == 0.75f);
 
   ASSERT_EQ(s.scene->LightCount(), 2u);  // the default light is gone
   so_vectors v{};
   so_light_data d;
   s.scene->LightVectors(0, 0, false, &v, &d);
-  EXPECT_EQ(d.type, so_light_point);
-  EXPECT_FLOAT_EQ(d.cone_angle, 30);
-  EXPECT_FLOAT_EQ(d.intensity, 2);
+  EXPECT_TRUE(d.type == so_light_point && d.cone_angle == 30 && d.intensity == 2);
   s.scene->LightVectors(1, 0, false, &v, &d);
-  EXPECT_EQ(d.type, so_light_spot);
-  EXPECT_FLOAT_EQ(d.color[0], 0.5f);
-  EXPECT_FLOAT_EQ(d.color[1], 1);
+  EXPECT_TRUE(d.type == so_light_spot && d.color[0] == 0.5f && d.color[1] == 1);
 }
 
 TEST(SceneFile, LineRulesAndChannelKeys) {
@@ -97,18 +94,11 @@ TEST(SceneFile, LineRulesAndChannelKeys) {
   w.Line("Channel 2").Line("Key 6 0 0");  // last line without a break: lost
   const std::string text = w.Text(false);
   ASSERT_EQ(s.Load(text), 0);
-  EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::truncated);
-  EXPECT_EQ(s.scene->ReadFailure().line, LinesOf(text) + 1);
-  EXPECT_EQ(s.scene->ReadFailure().offset, text.size());
-
+  EXPECT_EQ(Where(s.scene->ReadFailure()), std::tuple(so3d::read_error::truncated, LinesOf(text) + 1, text.size()));
+  // Scale x and z; position (LINE from 1 at 0 to 3 at 2); pivot x and z.
   const so_vectors v = s.Camera(1);
-  EXPECT_FLOAT_EQ(v.scale.x, 0);
-  EXPECT_FLOAT_EQ(v.scale.z, 1);
-  EXPECT_FLOAT_EQ(v.pos.x, 2);  // LINE from 1 at 0 to 3 at 2
-  EXPECT_FLOAT_EQ(v.pos.y, 4);
-  EXPECT_FLOAT_EQ(v.pos.z, 0);
-  EXPECT_FLOAT_EQ(v.rot_off.x, -1);
-  EXPECT_FLOAT_EQ(v.rot_off.z, -3);
+  EXPECT_EQ((std::vector{v.scale.x, v.scale.z, v.pos.x, v.pos.y, v.pos.z, v.rot_off.x, v.rot_off.z}),
+            (std::vector<float>{0, 1, 2, 4, 0, -1, -3}));
 }
 
 TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
@@ -117,9 +107,7 @@ TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
   const int next = LinesOf(head) + 1;
   const auto [after_zero, zero] = CameraXOf(head + "Key 2 0 0\n" + '\0' + "Key 3 0 0\n");
   EXPECT_FLOAT_EQ(after_zero, 2);
-  EXPECT_EQ(zero.kind, read_error::bad_value);
-  EXPECT_EQ(zero.line, next + 1);
-  EXPECT_EQ(zero.offset, head.size() + 10);
+  EXPECT_EQ(Where(zero), std::tuple(read_error::bad_value, next + 1, head.size() + 10));
 
   const std::string key = "Key 4 0 0 ";
   const std::size_t longest = soLightWaveScene::max_line_length;
@@ -129,9 +117,7 @@ TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
   const auto [before_long, too_long] =
       CameraXOf(head + key + std::string(longest - key.size() + 1, ' ') + "\nKey 3 0 0\n");
   EXPECT_FLOAT_EQ(before_long, 1);
-  EXPECT_EQ(too_long.kind, read_error::line_too_long);
-  EXPECT_EQ(too_long.line, next);
-  EXPECT_EQ(too_long.offset, head.size() + longest);
+  EXPECT_EQ(Where(too_long), std::tuple(read_error::line_too_long, next, head.size() + longest));
 }
 
 TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
@@ -141,10 +127,8 @@ TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
   w.Line("PivotPosition 1 1 1").Line("TargetItem 0");
   w.Object("no_such_object.lwo", 1).Channel(0, {{9, 0}});  // unresolvable: no item, lines ignored
   ASSERT_EQ(s.Load(w.Text()), 0);
-  EXPECT_EQ(s.scene->ObjectCount(), 0u);
-  EXPECT_FALSE(s.scene->CameraHasTarget());
+  EXPECT_TRUE(s.scene->ObjectCount() == 0u && s.scene->LightCount() == 0u && !s.scene->CameraHasTarget());
   EXPECT_FLOAT_EQ(s.Camera(0).pos.z, -10);
-  EXPECT_EQ(s.scene->LightCount(), 0u);
 }
 
 TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {
@@ -161,13 +145,10 @@ TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {
   so_object_data d{};
   so_vectors v{};
   ASSERT_EQ(s.scene->EvaluateObject(0, 1, false, &v, &d, nullptr), 0);
-  EXPECT_EQ(d.screen, 1);
-  EXPECT_FLOAT_EQ(v.pos.x, 2);
-  EXPECT_FLOAT_EQ(v.rot_off.x, -0.5f);
+  EXPECT_TRUE(d.screen == 1 && v.pos.x == 2 && v.rot_off.x == -0.5f);
   s.scene->EvaluateObject(1, 0, false, &v, &d, nullptr);
   EXPECT_EQ(d.screen, 4);
-  EXPECT_NE(s.scene->ObjectAt(0), s.scene->ObjectAt(1));
-  EXPECT_EQ(s.scene->ObjectAt(0)->SurfaceCount(), 1);
+  EXPECT_TRUE(s.scene->ObjectAt(0) != s.scene->ObjectAt(1) && s.scene->ObjectAt(0)->SurfaceCount() == 1);
 }
 
 TEST(SceneFile, PublicSceneFiles) {
@@ -183,15 +164,13 @@ TEST(SceneFile, PublicSceneFiles) {
     EXPECT_NEAR(v.pos.x, x, 1e-4f) << "at " << time;
   }
   EXPECT_FLOAT_EQ(v.scale.x, 0.97975808f);
-  EXPECT_FLOAT_EQ(v.scale.z, 1.0f);  // depth scale always 1
-  EXPECT_EQ(d.screen, -1);
+  EXPECT_TRUE(v.scale.z == 1.0f && d.screen == -1);  // depth scale always 1
   EXPECT_GT(s.scene->ObjectAt(0)->SurfaceCount(), 0);
 
   // The later revision writes an item id before the object name: the id is
   // taken as the name, so the object is skipped; the rest loads.
   Loaded later;
   ASSERT_EQ(later.scene->Load((data / "LWS" / "move_x.lws").string().c_str(), so_handedness_left), 0);
-  EXPECT_EQ(later.scene->ObjectCount(), 0u);
-  EXPECT_EQ(later.scene->LightCount(), 1u);
+  EXPECT_TRUE(later.scene->ObjectCount() == 0u && later.scene->LightCount() == 1u);
   EXPECT_NEAR(later.Camera(0).pos.x, -0.1f, 1e-6f);
 }

@@ -31,19 +31,15 @@ class SceneModel : public ::testing::Test {
 TEST_F(SceneModel, FactoryStateHasCameraAmbientAndOneDistantLight) {
   EXPECT_FALSE(scene->IsLoaded());
   so_vectors cam{};
-  EXPECT_EQ(scene->CameraVectors(37.0f, false, &cam), 0);  // one key: every time
-  EXPECT_FLOAT_EQ(cam.pos.z, -10.0f);
+  EXPECT_TRUE(scene->CameraVectors(37.0f, false, &cam) == 0 && cam.pos.z == -10.0f);  // one key: every time
   float intensity = 0;
   so_vector3 color{};
-  EXPECT_EQ(scene->AmbientLight(-3.0f, false, &intensity, &color), 0);
-  EXPECT_FLOAT_EQ(intensity, 0.25f);
+  EXPECT_TRUE(scene->AmbientLight(-3.0f, false, &intensity, &color) == 0 && intensity == 0.25f);
   so_vectors light{};
   so_light_data data;
-  EXPECT_EQ(scene->LightVectors(0, 1.0f, false, &light, &data), 0);
-  EXPECT_EQ(data.type, so_light_distant);
+  EXPECT_TRUE(scene->LightVectors(0, 1.0f, false, &light, &data) == 0 && data.type == so_light_distant);
   data.intensity = 42;
-  EXPECT_EQ(scene->LightVectors(1, 1.0f, false, &light, &data), -1);
-  EXPECT_EQ(data.intensity, 42);
+  EXPECT_TRUE(scene->LightVectors(1, 1.0f, false, &light, &data) == -1 && data.intensity == 42);
 }
 
 TEST_F(SceneModel, ObjectsAreAddedEvaluatedSortedAndReleased) {
@@ -54,8 +50,7 @@ TEST_F(SceneModel, ObjectsAreAddedEvaluatedSortedAndReleased) {
 
   EXPECT_EQ(scene->AddObject(nullptr), 0);  // an item all the same
   soObject* box = r.Box("box");
-  EXPECT_EQ(scene->AddObject(box), 1);
-  EXPECT_EQ(scene->AddObject(box), 2);
+  EXPECT_TRUE(scene->AddObject(box) == 1 && scene->AddObject(box) == 2);
   so_depth_entry entries[3];
   scene->DepthSort(entries, 3, 0);
   EXPECT_TRUE(entries[0].index == 2u && entries[2].index == 0u);
@@ -67,8 +62,8 @@ TEST_F(SceneModel, ObjectsAreAddedEvaluatedSortedAndReleased) {
   EXPECT_TRUE(v.pos.x == 0 && v.scale.y == 1);
   d = {0x2, 100, 100, 3, 1};
   v = At(1, 2, 3);
-  EXPECT_EQ(scene->EvaluateObject(1, 0, true, &v, &d, nullptr), 0);
-  EXPECT_EQ(scene->EvaluateObject(1, 5, false, &v, &got, nullptr), 0);
+  EXPECT_TRUE(scene->EvaluateObject(1, 0, true, &v, &d, nullptr) == 0 &&
+              scene->EvaluateObject(1, 5, false, &v, &got, nullptr) == 0);
   EXPECT_TRUE(got.flags == 0x2 && got.screen == 1);
 
   scene->RemoveObject(2);
@@ -98,8 +93,7 @@ TEST_F(SceneModel, SettingsAreAppliedAfterReadingAndBeforeKeying) {
 TEST_F(SceneModel, TileObjectStepsAcrossThenDown) {
   const so_object_data d{0x2, 100, 100, 0, 0};
   so_vectors v = At(3.5f, 0, 0);  // the last step that stays on the row
-  EXPECT_EQ(scene->TileObject(d, v), 0);
-  EXPECT_FLOAT_EQ(v.pos.x, 4.5f);
+  EXPECT_TRUE(scene->TileObject(d, v) == 0 && v.pos.x == 4.5f);
   v = At(3.7f, 0, 0);
   EXPECT_EQ(scene->TileObject(d, v), 0);
   EXPECT_NEAR(v.pos.x, -3.1f, 1e-6f);
@@ -122,15 +116,13 @@ TEST_F(SceneModel, AssignmentCopiesItemsKeysAndReferences) {
   b->AddObject(r.Box("other"));  // cleared by the assignment
   *b = *scene;
   *b = *b;  // self-assignment changes nothing
-  EXPECT_EQ(b->ObjectCount(), 1u);
-  EXPECT_EQ(b->ObjectAt(0), box);
+  EXPECT_TRUE(b->ObjectCount() == 1u && b->ObjectAt(0) == box);
   EXPECT_EQ(r.objects.ReferenceObject(box), 3);  // made + a + b
   r.objects.ReleaseObject(box);
   b->CameraVectors(0, false, &cam);
   EXPECT_FLOAT_EQ(cam.pos.z, -5);
   scene.reset();
-  EXPECT_FLOAT_EQ(XAt(*b, 0, 1), 2);  // keys are b's own
-  EXPECT_FLOAT_EQ(XAt(*b, 0, 2), 3);
+  EXPECT_TRUE(XAt(*b, 0, 1) == 2 && XAt(*b, 0, 2) == 3);  // keys are b's own
 }
 
 }  // namespace

@@ -24,21 +24,17 @@ TEST(TextureRegistry, IdsInOrderDecorIdsKeepTheirFirstName) {
   EXPECT_EQ(m->AddTexture("C:/Images/wood.jpg", &second), 0);  // one name twice: two ids
   EXPECT_TRUE(first != 0 && first != second);
   EXPECT_EQ(m->AddTexture("x.png", nullptr), -1);
-  EXPECT_EQ(m->AddDecorTexture("frame.png", 5), 0);
-  EXPECT_EQ(m->AddDecorTexture("other.png", 5), 0);
+  EXPECT_TRUE(m->AddDecorTexture("frame.png", 5) == 0 && m->AddDecorTexture("other.png", 5) == 0);
   ASSERT_EQ(m->TextureCount(), 3u);
   EXPECT_EQ((std::vector<std::int32_t>{m->TextureIDAt(1), m->TextureIDAt(2), m->TextureIDAt(3)}),
             (std::vector<std::int32_t>{second, 5, 0}));  // 0 past the end
-  EXPECT_EQ(m->get_texture_entry(5)->name, "frame.png");
-  EXPECT_EQ(m->get_texture_entry(6), nullptr);
+  EXPECT_TRUE(m->get_texture_entry(5)->name == "frame.png" && m->get_texture_entry(6) == nullptr);
 }
 
 TEST(TextureRegistry, UnloadDeletesOnlyThatEntryAndCopiesAreIndependent) {
   auto m = MakeMemoryManager(), copy = MakeMemoryManager();
   std::int32_t a = 0, b = 0, c = 0;
-  m->AddTexture("a", &a);
-  m->AddTexture("b", &b);
-  m->AddTexture("c", &c);
+  for (auto [name, id] : {std::pair{"a", &a}, {"b", &b}, {"c", &c}}) m->AddTexture(name, id);
   m->SetMultitexturingEnabled(false);
   copy->AddDecorTexture("old.png", 1000000);
   *copy = *m;
@@ -52,10 +48,8 @@ TEST(TextureRegistry, UnloadDeletesOnlyThatEntryAndCopiesAreIndependent) {
   EXPECT_EQ(m->calls, std::vector<std::string>{"delete " + std::to_string(b)});
 
   ASSERT_EQ(copy->TextureCount(), 3u);
-  EXPECT_EQ(copy->get_texture_entry(b)->name, "b");
-  EXPECT_EQ(copy->get_texture_entry(1000000), nullptr);
-  EXPECT_FALSE(copy->MultitexturingEnabled());
-  EXPECT_EQ(copy->ReferenceCount(), 1);
+  EXPECT_TRUE(copy->get_texture_entry(b)->name == "b" && copy->get_texture_entry(1000000) == nullptr);
+  EXPECT_TRUE(!copy->MultitexturingEnabled() && copy->ReferenceCount() == 1);
 }
 
 constexpr const char* back = "\\";
@@ -229,8 +223,7 @@ TEST(OpenAndUploadTexture, TriesTheDriveLetterThenTheCommonFolder) {
   std::filesystem::current_path(dir.Path());
   const std::int32_t result = m->OpenAndUploadTexture(drive, nullptr);
   std::filesystem::current_path(previous);
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(m->textures.count(drive), 1u);
+  EXPECT_TRUE(result == 0 && m->textures.count(drive) == 1u);
 }
 
 }  // namespace
