@@ -204,16 +204,20 @@ TEST_F(DrawableTest, DecorTexturesComeFromTheHost) {
             std::tuple(std::vector<std::int32_t>{7}, Log{"42 after SetTransform(256)"}, 1));
   EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Enlarged(identity, 1));
 
-  // Refused: stage 1 and the world stay, nothing goes back, the surface is drawn.
-  decor.result = -1;
-  decor.returned.clear();
-  device.SetTransform(D3DTS_WORLD, &identity);
-  device.ClearLog();
-  drawable->Draw(State(&record, &decor));
-  EXPECT_EQ(device.Log("SetTexture").size() + decor.returned.size(), 0u);
-  EXPECT_EQ(device.Count("DrawPrimitive"), 1u);
-  EXPECT_EQ(decor.refs, 1);
-  EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Floats(identity));
+  // Refused, or "found" with no texture: stage 1 and the world stay, no handle
+  // goes back, the surface is drawn.
+  for (const auto& [result, texture] : {std::pair{-1, decor.texture}, std::pair{0, (IDirect3DTexture9*)nullptr}}) {
+    decor.result = result;
+    decor.texture = texture;
+    decor.returned.clear();
+    device.SetTransform(D3DTS_WORLD, &identity);
+    device.ClearLog();
+    drawable->Draw(State(&record, &decor));
+    EXPECT_EQ(device.Log("SetTexture").size() + decor.returned.size(), 0u) << result;
+    EXPECT_EQ(device.Count("DrawPrimitive"), 1u);
+    EXPECT_EQ(decor.refs, 1);
+    EXPECT_EQ(Floats(device.Transform(D3DTS_WORLD)), Floats(identity));
+  }
 }
 
 }  // namespace
