@@ -66,6 +66,9 @@ const char* Usage() {
          "                      objects instead of morphing A into B\n"
          "  --screen N=FILE     picture for screen N (0-5); generated test pictures\n"
          "                      show every screen that has none\n"
+         "  --settings FILE     per-screen settings: position, rotation, scale, pivot, opacity, crop,\n"
+         "                      build, border (see the README for the file)\n"
+         "  --set N:KEY=VALUES  one setting of screen N, e.g. --set 1:opacity=0.5 --set 0:position=0.5,0\n"
          "  --out DIR           folder for frame_NNNN.png (.; with --video only when given)\n"
          "  --video PATH        also stream the frames as video to a file, a named pipe or - (stdout)\n"
          "  --video-format F    y4m (4:2:0), y4m444, bgra or rgba (raw bytes) (y4m)\n"
@@ -154,6 +157,12 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
     } else if (arg == "--background") {
       if (!value(v)) return false;
       if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB): " + std::string(v), false;
+    } else if (arg == "--settings") {
+      if (!value(v)) return false;
+      o.settings_file = v;
+    } else if (arg == "--set") {
+      if (!value(v)) return false;
+      o.settings.push_back(v);
     } else if (arg == "--content") {
       if (!value(v)) return false;
       o.content = v;

@@ -17,6 +17,8 @@ struct RenderOptions {
   float time_b = 0.0f;
   std::string nest;                    // carrier scene: draw A and B inside it instead of morphing
   std::map<int, std::string> screens;  // screen number → picture file
+  std::string settings_file;           // per-screen settings (tools/screen_settings.h)
+  std::vector<std::string> settings;   // --set N:KEY=VALUES, applied after the file
   std::string out = ".";
   bool out_given = false;  // with --video, PNG frames only when --out is given
   std::string video;       // file, named pipe or "-" for standard output

@@ -22,6 +22,7 @@
 #include "tools/png_output.h"
 #include "tools/render_options.h"
 #include "tools/render_output.h"
+#include "tools/screen_settings.h"
 #include "tools/test_pictures.h"
 #include "tools/video_output.h"
 
@@ -124,6 +125,17 @@ int Run(const RenderOptions& o) {
     std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
     return 1;
   }
+  so3d::tools::ScreenSettings settings;
+  if (!o.settings_file.empty() && !settings.Load(o.settings_file, why)) {
+    std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
+    return 1;
+  }
+  for (const std::string& option : o.settings) {
+    if (!settings.SetFromOption(option, why)) {
+      std::fprintf(stderr, "so3d-render: --set %s: %s\n", option.c_str(), why.c_str());
+      return 2;
+    }
+  }
   so3d::tools::VideoOutput video;
   so3d::tools::VideoFormat video_format{};
   if (!o.video.empty()) {
@@ -164,7 +176,8 @@ int Run(const RenderOptions& o) {
   // Screen n is served under slot n + 1: transitions pair the objects of A
   // and B whose screen entries carry the same slot.
   so_screen_data table[screen_count];
-  for (int n = 0; n < screen_count; ++n) table[n] = {n, n + 1, nullptr, 0};
+  for (int n = 0; n < screen_count; ++n)
+    table[n] = {n, n + 1, settings.given[std::size_t(n)] ? &settings.records[std::size_t(n)] : nullptr, 0};
 
   std::vector<std::unique_ptr<soScene>> loaded;
   bool strict_failure = false;

@@ -39,6 +39,13 @@ expect 0 "wrote 1 frames \(time 1.5 to 1.5\)" -- "$render" --at 1.5 --out "$work
 leftover=$(ls "$work/run")
 [ "$leftover" = "frame_0000.png" ] || { echo "FAIL: earlier frames left: $leftover"; failures=$((failures + 1)); }
 
+# Screen settings: the file's errors name the file and line; --set names the option.
+printf 'screen 0\nposition 1 0   # moved right\nopacity 2\n' >"$work/bad.txt"
+expect 1 "bad.txt:3: opacity is 0 to 1" -- "$render" --settings "$work/bad.txt" --out "$work/o" "$a"
+expect 2 "--set 9:opacity=1: screen 9 is not 0 to 5" -- "$render" --set 9:opacity=1 --out "$work/o" "$a"
+printf 'screen 1\nscale 0.5,0.5\nrotation 0 30\n' >"$work/good.txt"
+expect 0 "wrote 1 frames" -- "$render" --settings "$work/good.txt" --set 0:opacity=0.5 --at 1 --out "$work/o" "$a" "$b"
+
 # Video to a file and to standard output: headers, frame sizes, nothing else on stdout.
 expect 0 "wrote 2 frames" -- "$render" --frames 2 --size 64x48 --video "$work/v.y4m" "$a" "$b"
 head -c 9 "$work/v.y4m" | grep -q YUV4MPEG2 || { echo "FAIL: no YUV4MPEG2 header"; failures=$((failures + 1)); }
