@@ -1,5 +1,6 @@
 #include "tools/render_options.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -66,6 +67,12 @@ const char* Usage() {
          "                      objects instead of morphing A into B\n"
          "  --screen N=FILE     picture for screen N (0-5); generated test pictures\n"
          "                      show every screen that has none\n"
+         "  --stream N=FMT:WxH:PATH  screen N from a stream of raw frames (FMT bgra or rgba) in a file,\n"
+         "                      a named pipe or - (stdin), one frame read per frame rendered\n"
+         "  --duration S        the transition lasts S seconds at --rate (instead of --frames)\n"
+         "  --after MODE        once it has run: exit, hold (keep drawing the end) or loop,\n"
+         "                      while streams still deliver (exit)\n"
+         "  --stream-end MODE   a stream that ends: hold its last frame, or stop the render (hold)\n"
          "  --settings FILE     per-screen settings: position, rotation, scale, pivot, opacity, crop,\n"
          "                      build, border (see the README for the file)\n"
          "  --set N:KEY=VALUES  one setting of screen N, e.g. --set 1:opacity=0.5 --set 0:position=0.5,0\n"
@@ -157,6 +164,20 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
     } else if (arg == "--background") {
       if (!value(v)) return false;
       if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB): " + std::string(v), false;
+    } else if (arg == "--stream") {
+      if (!value(v)) return false;
+      o.streams.push_back(v);
+    } else if (arg == "--duration") {
+      if (!value(v)) return false;
+      if (!ToFloat(v, o.duration) || !(o.duration > 0 && o.duration <= 3600))
+        return error = "bad --duration (seconds, up to 3600): " + std::string(v), false;
+    } else if (arg == "--after" || arg == "--stream-end") {
+      if (!value(v)) return false;
+      const std::string mode = v;
+      const bool ok =
+          arg == "--after" ? (mode == "exit" || mode == "hold" || mode == "loop") : (mode == "hold" || mode == "stop");
+      if (!ok) return error = "bad " + arg + ": " + mode, false;
+      (arg == "--after" ? o.after : o.stream_end) = mode;
     } else if (arg == "--settings") {
       if (!value(v)) return false;
       o.settings_file = v;
@@ -178,6 +199,11 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
   }
   if (o.scenes.empty() || o.scenes.size() > 2) return error = "give one or two scene files", false;
   if (o.scenes.size() == 2 && range_given) return error = "--from/--to apply to a single scene", false;
+  if (o.duration > 0) {
+    if (frames_given || o.still) return error = "--duration and --frames/--at exclude each other", false;
+    o.frames = std::max(1, int(o.duration * float(o.rate) + 0.5f));
+  }
+  if (o.after != "exit" && o.streams.empty()) return error = "--after hold/loop needs a --stream to end it", false;
   if (o.still && (range_given || frames_given))
     return error = "--at gives one frame: no --from, --to or --frames", false;
   if (!o.nest.empty() && o.scenes.size() != 2) return error = "--nest needs two scenes", false;

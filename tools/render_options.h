@@ -17,6 +17,10 @@ struct RenderOptions {
   float time_b = 0.0f;
   std::string nest;                    // carrier scene: draw A and B inside it instead of morphing
   std::map<int, std::string> screens;  // screen number → picture file
+  std::vector<std::string> streams;    // --stream N=FORMAT:WxH:PATH
+  float duration = 0.0f;               // seconds the transition lasts at `rate` (0: use --frames)
+  std::string after = "exit";          // once the transition has run: exit, hold or loop
+  std::string stream_end = "hold";     // a stream that ends: hold its last frame, or stop
   std::string settings_file;           // per-screen settings (tools/screen_settings.h)
   std::vector<std::string> settings;   // --set N:KEY=VALUES, applied after the file
   std::string out = ".";

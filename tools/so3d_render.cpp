@@ -23,6 +23,7 @@
 #include "tools/render_options.h"
 #include "tools/render_output.h"
 #include "tools/screen_settings.h"
+#include "tools/stream_input.h"
 #include "tools/test_pictures.h"
 #include "tools/video_output.h"
 
@@ -62,6 +63,20 @@ bool Upload(GlesDevice& device, const std::vector<std::uint8_t>& bgra, unsigned 
   texture->UnlockRect(0);
   out.width = w;
   out.height = h;
+  return true;
+}
+
+// A new frame of a stream into its screen's texture (same size as made).
+bool Refill(Screen& screen, const std::vector<std::uint8_t>& bgra) {
+  D3DLOCKED_RECT locked{};
+  if (FAILED(screen.texture->LockRect(0, &locked, nullptr, 0))) {
+    std::fprintf(stderr, "so3d-render: a stream's texture cannot be written\n");
+    return false;
+  }
+  for (unsigned y = 0; y < screen.height; ++y)
+    std::memcpy(static_cast<std::uint8_t*>(locked.pBits) + std::size_t(y) * unsigned(locked.Pitch),
+                bgra.data() + std::size_t(y) * screen.width * 4, std::size_t(screen.width) * 4);
+  screen.texture->UnlockRect(0);
   return true;
 }
 
@@ -167,6 +182,24 @@ int Run(const RenderOptions& o) {
     if (!ok) return 1;
   }
 
+  // Streams replace their screens' pictures; each is read once per frame.
+  std::vector<std::unique_ptr<so3d::tools::StreamInput>> streams;
+  for (const std::string& text : o.streams) {
+    so3d::tools::StreamSpec spec;
+    if (!so3d::tools::ParseStreamSpec(text, spec, why)) {
+      std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
+      return 2;
+    }
+    auto stream = std::make_unique<so3d::tools::StreamInput>(spec);
+    if (!stream->Open(why) ||
+        !Upload(*device, stream->Frame(), spec.width, spec.height, screens[std::size_t(spec.screen)])) {
+      std::fprintf(stderr, "so3d-render: %s\n",
+                   why.empty() ? (spec.path + ": cannot make its texture").c_str() : why.c_str());
+      return 1;
+    }
+    streams.push_back(std::move(stream));
+  }
+
   auto objects = std::make_unique<soD3DObjectManager>(device.get());
   auto* textures = dynamic_cast<soD3DTextureManager*>(&objects->TextureManager());
   if (!textures) {
@@ -214,8 +247,23 @@ int Run(const RenderOptions& o) {
   // Encoding runs beside the render loop; one core stays with the loop.
   so3d::tools::FrameWriter writer(o.width, o.height, std::max(1u, std::thread::hardware_concurrency() - 1));
   so3d::tools::Progress progress(o.frames);
-  for (int i = 0; i < o.frames; ++i) {
-    const float t = o.frames > 1 ? from + (to - from) * float(i) / float(o.frames - 1) : from;
+  int rendered = 0;
+  for (int i = 0;; ++i) {
+    // Past the transition's frames, --after decides; streams end a hold or loop.
+    const bool running = i < o.frames;
+    if (!running && o.after == "exit") break;
+    bool ended = !streams.empty(), stop = false;
+    for (auto& stream : streams) {
+      if (stream->Next()) {
+        if (!Refill(screens[std::size_t(stream->Spec().screen)], stream->Frame())) return 1;
+      } else if (o.stream_end == "stop") {
+        stop = true;
+      }
+      ended = ended && stream->Ended();
+    }
+    if (stop || (!running && ended)) break;
+    const int k = running ? i : o.after == "loop" ? i % o.frames : o.frames - 1;
+    const float t = o.frames > 1 ? from + (to - from) * float(k) / float(o.frames - 1) : from;
     for (int n = 0; n < screen_count; ++n) {
       const Screen& s = screens[std::size_t(n)];
       textures->SetTexture(n + 1, n, s.texture.get(), soTextureManager::so_alpha_opaque, std::int32_t(s.width),
@@ -243,7 +291,7 @@ int Run(const RenderOptions& o) {
     } else {
       writer.Release(frame);
     }
-    progress.Step(i + 1);
+    progress.Step(++rendered);
   }
   textures->UnbindAll();
   const std::string failed = writer.Finish();
@@ -256,7 +304,7 @@ int Run(const RenderOptions& o) {
     std::fprintf(stderr, "so3d-render: %s: the video could not be completed\n", o.video.c_str());
     return 1;
   }
-  std::fprintf(info, "wrote %d frames (time %g to %g) to %s\n", o.frames, double(from), double(to),
+  std::fprintf(info, "wrote %d frames (time %g to %g) to %s\n", rendered, double(from), double(to),
                frames ? o.out.c_str() : o.video.c_str());
   if (!o.sheet.empty()) {
     if (!sheet.Write(o.sheet)) {

@@ -56,5 +56,18 @@ bytes=$("$render" --frames 3 --size 64x48 --video - --video-format bgra "$a" "$b
 [ "$bytes" -eq $((3 * 64 * 48 * 4)) ] || { echo "FAIL: raw bgra on stdout: $bytes bytes"; failures=$((failures + 1)); }
 expect 1 "even width and height" -- "$render" --size 63x48 --video "$work/odd.y4m" "$a"
 
+# A raw stream in, raw video out: at time 0 screen 0 fills the frame, so its
+# centre pixel is the stream's colour.
+python3 -c 'import sys; sys.stdout.buffer.write(bytes([200, 50, 10, 255]) * (64 * 48 * 3))' >"$work/in.rgba"
+centre=$("$render" --size 64x48 --frames 2 --stream "0=rgba:64x48:$work/in.rgba" --video - --video-format rgba \
+  "$a" 2>/dev/null | od -An -tu1 -j $(((24 * 64 + 32) * 4)) -N4 | xargs)
+[ "$centre" = "200 50 10 255" ] || { echo "FAIL: stream colour through the frame: $centre"; failures=$((failures + 1)); }
+# A named pipe paces the render; --after hold keeps drawing the end until the stream ends.
+mkfifo "$work/live"
+python3 -c 'import sys; sys.stdout.buffer.write(bytes([0, 255, 0, 255]) * (64 * 48 * 5))' >"$work/live" &
+expect 0 "wrote 5 frames" -- "$render" --size 64x48 --duration 0.08 --rate 25 --after hold \
+  --stream "0=bgra:64x48:$work/live" --out "$work/o" "$a" "$b"
+expect 2 "needs a --stream" -- "$render" --after loop "$a"
+
 if [ "$failures" -eq 0 ]; then echo "so3d-render command line: all checks passed"; fi
 exit "$failures"
