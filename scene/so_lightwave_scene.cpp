@@ -89,36 +89,43 @@ so_scene_item* soLightWaveScene::light_at(std::int32_t index) const {
 
 const soScene& soLightWaveScene::operator=(const soScene& base_other) {
   if (&base_other == this) return *this;
-  soScene::operator=(base_other);
-  const auto* other = dynamic_cast<const soLightWaveScene*>(&base_other);
-  if (!other) return *this;
-  clear();
+  // Everything that can run short of memory happens on copies first: a copy
+  // that fails leaves this scene as it was, holding what it held.
+  try {
+    soScene::operator=(base_other);
+    const auto* other = dynamic_cast<const soLightWaveScene*>(&base_other);
+    if (!other) return *this;
 
-  auto copy_item = [](const so_scene_item& from, so_scene_item& to) {
-    to.data = from.data;
-    to.object = from.object;
-    to.light = from.light;
-    copy_item_channels(from, to);
-  };
-  for (const auto& item : other->items_) {
-    auto copy = std::make_unique<so_scene_item>();
-    copy_item(*item, *copy);
-    items_.push_back(std::move(copy));
-  }
-  for (const auto& light : other->lights_) {
-    auto copy = std::make_unique<so_scene_item>();
-    copy_item(*light, *copy);
-    lights_.push_back(std::move(copy));
-  }
-  for (soObject* object : other->object_refs_) {
-    ReferenceObject(object);
-    object_refs_.push_back(object);
-  }
-  copy_item(*other->camera_, *camera_);
-  copy_item(*other->ambient_, *ambient_);
-  camera_target_ = other->camera_target_;
-  current_channel_ = other->current_channel_;
-  channel_count_ = other->channel_count_;
+    auto copy_item = [](const so_scene_item& from, so_scene_item& to) {
+      to.data = from.data;
+      to.object = from.object;
+      to.light = from.light;
+      copy_item_channels(from, to);
+    };
+    auto copy_all = [&](const std::vector<std::unique_ptr<so_scene_item>>& from) {
+      std::vector<std::unique_ptr<so_scene_item>> to;
+      to.reserve(from.size());
+      for (const auto& item : from) {
+        to.push_back(std::make_unique<so_scene_item>());
+        copy_item(*item, *to.back());
+      }
+      return to;
+    };
+    std::vector<std::unique_ptr<so_scene_item>> items = copy_all(other->items_);
+    std::vector<std::unique_ptr<so_scene_item>> lights = copy_all(other->lights_);
+    std::vector<soObject*> refs(other->object_refs_);
+
+    clear();
+    for (soObject* object : refs) ReferenceObject(object);
+    items_.swap(items);
+    lights_.swap(lights);
+    object_refs_.swap(refs);
+    copy_item(*other->camera_, *camera_);
+    copy_item(*other->ambient_, *ambient_);
+    camera_target_ = other->camera_target_;
+    current_channel_ = other->current_channel_;
+    channel_count_ = other->channel_count_;
+  } catch (const std::bad_alloc&) {}
   return *this;
 }
 

@@ -79,7 +79,12 @@ std::int32_t soLightWaveScene::Load(const char* path, std::int32_t handedness) {
   revision_ = 0;
   line_number_ = 0;
   report_object_ = -1;
-  const std::int32_t status = read_file(path, handedness);
+  std::int32_t status = zFileStream::kErrNoMemory;
+  try {
+    status = read_file(path, handedness);
+  } catch (const std::bad_alloc&) {  // the path or the file's buffer
+    read_failure_.set(so3d::read_error::out_of_memory, 0, 0);
+  }
   if (report) finish_report(*report);
   return status;
 }

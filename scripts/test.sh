@@ -3,7 +3,8 @@
 # and with AddressSanitizer + UndefinedBehaviorSanitizer) and runs the whole
 # test suite in both builds. The plain build's library is held to its
 # documented exports, and its package is installed and built against as a
-# host would (scripts/test_install.sh).
+# host would (scripts/test_install.sh). Last, concurrent loads run under
+# ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -22,3 +23,10 @@ for flavour in release asan; do
     ctest --test-dir "$dir" --output-on-failure -j "$jobs"
   if [ "$flavour" = release ]; then bash scripts/test_install.sh "$dir"; fi
 done
+
+# Loads on two threads at once, under ThreadSanitizer.
+cmake -S . -B build/tsan -G Ninja -DSO3D_SANITIZE_THREAD=ON -DCMAKE_BUILD_TYPE=Debug -DSO3D_BUILD_GLES=OFF >/dev/null
+cmake --build build/tsan -j "$jobs" --target thread_tests
+echo "== tests: thread sanitizer"
+TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan --output-on-failure -R '^Threads\.'
+

@@ -73,4 +73,5 @@ if [ "${CI:-}" = true ] && [ "$(id -u)" -eq 0 ]; then
     /usr/share/so3d/effects/demo/card.lws >/dev/null
   test -s "$work/out-apt/frame_0001.png"
   say "apt-get installed $(basename "$deb"); /usr/bin/so3d-render renders the demo"
+  DEBIAN_FRONTEND=noninteractive apt-get remove -y -qq so3d >/dev/null
 fi
