@@ -26,7 +26,7 @@ DEPENDS = {
     "module": ["render"],
     "backends/state": ["platform/d3d9"],
     "backends/null": ["backends/state", "platform/foundation"],
-    "backends/recording": ["platform/d3d9"],
+    "backends/recording": ["backends/state"],
     "backends/gles": ["backends/state", "platform/foundation"],
     "fixtures": [],
     "tools": ["module", "backends/gles", "backends/null", "backends/recording", "fixtures"],

@@ -4,8 +4,7 @@ namespace so3d::gles {
 
 DeviceState DefaultDeviceState() {
   DeviceState s{};
-  for (D3DMATRIX& m : s.transforms)
-    for (int i = 0; i < 4; ++i) m.m[i][i] = 1.0f;
+  s.transforms.fill(backend::identity_matrix());
 
   auto& r = s.render;
   r[D3DRS_ZENABLE] = TRUE;  // the device always has a depth buffer

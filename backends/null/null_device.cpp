@@ -42,15 +42,7 @@ class NullVertexBuffer final : public RefCounted<IDirect3DVertexBuffer9> {
   std::unique_ptr<std::uint8_t[]> bytes_;
 };
 
-constexpr D3DMATRIX identity() {
-  D3DMATRIX m{};
-  m._11 = m._22 = m._33 = m._44 = 1.0f;
-  return m;
-}
-
 }  // namespace
-
-NullDevice::NullDevice() { transforms_.fill(identity()); }
 
 HRESULT NullDevice::CreateTexture(UINT Width, UINT Height, UINT, DWORD, D3DFORMAT, D3DPOOL,
                                   IDirect3DTexture9** ppTexture, HANDLE*) {
@@ -75,16 +67,12 @@ HRESULT NullDevice::CreateVertexBuffer(UINT Length, DWORD, DWORD, D3DPOOL, IDire
 }
 
 HRESULT NullDevice::SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) {
-  std::size_t slot = 0;
-  if (!pMatrix || !SlotOf(State, slot)) return D3DERR_INVALIDCALL;
-  transforms_[slot] = *pMatrix;
-  return D3D_OK;
+  return pMatrix && transforms_.Set(State, *pMatrix) ? D3D_OK : D3DERR_INVALIDCALL;
 }
 
 HRESULT NullDevice::GetTransform(D3DTRANSFORMSTATETYPE State, D3DMATRIX* pMatrix) {
-  std::size_t slot = 0;
-  if (!pMatrix || !SlotOf(State, slot)) return D3DERR_INVALIDCALL;
-  *pMatrix = transforms_[slot];
+  if (!pMatrix) return D3DERR_INVALIDCALL;
+  *pMatrix = transforms_.Get(State);
   return D3D_OK;
 }
 

@@ -20,8 +20,6 @@ class NullDevice final : public RefCounted<IDirect3DDevice9> {
   static constexpr UINT max_texture_side = 16384;
   static constexpr UINT max_buffer_length = 1u << 30;
 
-  NullDevice();
-
   HRESULT BeginScene() override { return D3D_OK; }
   HRESULT EndScene() override { return D3D_OK; }
   HRESULT Clear(DWORD, const D3DRECT*, DWORD, D3DCOLOR, float, DWORD) override { return D3D_OK; }
@@ -42,7 +40,7 @@ class NullDevice final : public RefCounted<IDirect3DDevice9> {
   HRESULT SetStreamSource(UINT, IDirect3DVertexBuffer9*, UINT, UINT) override { return D3D_OK; }
 
  private:
-  std::array<D3DMATRIX, slot_count> transforms_;
+  TransformState transforms_;
 };
 
 }  // namespace so3d::backend

@@ -200,8 +200,8 @@ HRESULT RecordingDevice::CreateVertexBuffer(UINT Length, DWORD Usage, DWORD FVF,
 HRESULT RecordingDevice::SetTransform(D3DTRANSFORMSTATETYPE State, const D3DMATRIX* pMatrix) {
   const HRESULT hr = Record("SetTransform", Args(State));
   if (FAILED(hr)) return hr;
-  if (!pMatrix) return Result(D3DERR_INVALIDCALL);
-  calls_.back().matrix = transforms_[State] = *pMatrix;
+  if (!pMatrix || !transforms_.Set(State, *pMatrix)) return Result(D3DERR_INVALIDCALL);
+  calls_.back().matrix = *pMatrix;
   return hr;
 }
 
@@ -296,11 +296,6 @@ int RecordingDevice::LiveResources() const {
              std::count_if(buffers_.begin(), buffers_.end(), live));
 }
 
-D3DMATRIX RecordingDevice::Transform(D3DTRANSFORMSTATETYPE state) const {
-  if (auto it = transforms_.find(state); it != transforms_.end()) return it->second;
-  D3DMATRIX identity{};
-  identity._11 = identity._22 = identity._33 = identity._44 = 1.0f;
-  return identity;
-}
+D3DMATRIX RecordingDevice::Transform(D3DTRANSFORMSTATETYPE state) const { return transforms_.Get(state); }
 
 }  // namespace so3d::backend

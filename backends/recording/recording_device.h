@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "backends/state/transform_slots.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::backend {
@@ -190,7 +191,7 @@ class RecordingDevice final : public IDirect3DDevice9 {
   std::vector<std::unique_ptr<RecordingVertexBuffer>> buffers_;
   ULONG refs_ = 1;
 
-  std::map<DWORD, D3DMATRIX> transforms_;
+  TransformState transforms_;
   std::map<DWORD, IDirect3DBaseTexture9*> bound_;
   std::optional<D3DMATERIAL9> material_;
   IDirect3DVertexBuffer9* stream_ = nullptr;

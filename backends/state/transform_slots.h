@@ -1,6 +1,7 @@
 #pragma once
 // The transforms a device keeps, as dense slots: the fixed pipeline the
 // module drives uses world, view, projection and two texture transforms.
+#include <array>
 #include <cstddef>
 
 #include "platform/d3d9/d3d9.h"
@@ -20,5 +21,33 @@ constexpr bool SlotOf(D3DTRANSFORMSTATETYPE state, std::size_t& slot) {
     default: return false;
   }
 }
+
+constexpr D3DMATRIX identity_matrix() {
+  D3DMATRIX m{};
+  m._11 = m._22 = m._33 = m._44 = 1.0f;
+  return m;
+}
+
+// The transforms of a device that only keeps them (the null and recording
+// devices): identity until set.
+class TransformState {
+ public:
+  TransformState() { slots_.fill(identity_matrix()); }
+  // False for a transform no device here keeps.
+  bool Set(D3DTRANSFORMSTATETYPE state, const D3DMATRIX& m) {
+    std::size_t slot = 0;
+    if (!SlotOf(state, slot)) return false;
+    slots_[slot] = m;
+    return true;
+  }
+  // The identity for a transform no device here keeps.
+  D3DMATRIX Get(D3DTRANSFORMSTATETYPE state) const {
+    std::size_t slot = 0;
+    return SlotOf(state, slot) ? slots_[slot] : identity_matrix();
+  }
+
+ private:
+  std::array<D3DMATRIX, slot_count> slots_;
+};
 
 }  // namespace so3d::backend
