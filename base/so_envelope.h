@@ -103,8 +103,6 @@ struct so_envelope {
 // links it and updates `keys` and `key_count`. Returns the stored key, or
 // null when memory is short.
 so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, const so_envelope_key& key);
-// Frees every key and marks the (empty) envelope as ordered again.
-void so_envelope_clear_keys(so_envelope& env);
 
 // The value of a channel at a time; `item` is the scene item.
 using so_channel_value_fn = float (*)(void* item, std::int32_t channel, float time, float def);

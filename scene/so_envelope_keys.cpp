@@ -21,10 +21,3 @@ so_envelope_key* so_envelope_insert_key(so_envelope& env, std::size_t position, 
   env.key_count = static_cast<std::int32_t>(nodes.size());
   return k;
 }
-
-void so_envelope_clear_keys(so_envelope& env) {
-  env.key_nodes.clear();
-  env.keys = nullptr;
-  env.key_count = 0;
-  env.keys_ordered = true;
-}

@@ -134,8 +134,6 @@ void so_lwo_release(so_lwo_file* file);
 
 // The polygons that use point `point` of `layer`.
 std::span<const std::int32_t> so_lwo_point_polygons(const so_lwo_layer& layer, std::int32_t point);
-// The corners of polygon `polygon` of `layer`.
-std::span<const so_lwo_corner> so_lwo_polygon_corners(const so_lwo_layer& layer, std::int32_t polygon);
 // Records of per-point maps that name a point, in map then record order.
 std::span<const so_lwo_map_ref> so_lwo_point_map_refs(const so_lwo_layer& layer, std::int32_t point);
 // Records of per-polygon maps that name a corner (index into layer.corners).

@@ -357,12 +357,6 @@ std::span<const std::int32_t> so_lwo_point_polygons(const so_lwo_layer& layer, s
       .subspan(static_cast<std::size_t>(p.polygon_first), static_cast<std::size_t>(p.polygon_count));
 }
 
-std::span<const so_lwo_corner> so_lwo_polygon_corners(const so_lwo_layer& layer, std::int32_t polygon) {
-  const so_lwo_polygon& p = layer.polygons[static_cast<std::size_t>(polygon)];
-  return std::span<const so_lwo_corner>(layer.corners)
-      .subspan(static_cast<std::size_t>(p.corner_first), p.corner_count);
-}
-
 namespace {
 
 std::span<const so_lwo_map_ref> refs_of(const std::vector<std::int32_t>& start, const std::vector<so_lwo_map_ref>& refs,

@@ -69,7 +69,6 @@ struct block {
 
   const std::uint8_t* begin() const { return data.get(); }
   const std::uint8_t* end() const { return data.get() + size; }
-  std::vector<std::uint8_t> to_vector() const { return std::vector<std::uint8_t>(begin(), end()); }
 };
 
 std::uint8_t read_u1(reader& r);
