@@ -91,16 +91,19 @@ TEST(DeviceFailure, WhatCannotBeMadeIsSkippedUntilTheNextReset) {
 TEST(DeviceLoss, AThousandResetsLeaveNothingBehind) {
   RecordingDevice first, second;
   Rig rig(&first);
-  rig.screens[0].record = nullptr;  // no mask: the devices keep every texture they made, for reading back
+  rig.screens[0].record = nullptr;  // no mask each cycle: these devices keep what they made
   RecordingTexture* pictures[2] = {first.MakeHostTexture(64, 48), second.MakeHostTexture(64, 48)};
+  // The same device again on most cycles, the other one every hundredth: each
+  // change of device makes a new 720 x 480 mask, which these devices keep.
+  auto device_of = [&](int cycle) -> RecordingDevice& { return (cycle / 100) % 2 ? second : first; };
   for (int cycle = 0; cycle < 1000; ++cycle) {
-    RecordingDevice& now = cycle % 2 ? second : first;
+    RecordingDevice& now = device_of(cycle);
     now.ClearLog();
-    rig.Draw(pictures[cycle % 2]);
+    rig.Draw(pictures[&now == &second]);
     ASSERT_EQ(now.Count("DrawPrimitive"), 2u) << "cycle " << cycle;
     rig.objects.ReleaseAllD3DResources();
     ASSERT_EQ(now.LiveResources(), 0) << "cycle " << cycle;
-    RecordingDevice& next = cycle % 2 ? first : second;
+    RecordingDevice& next = device_of(cycle + 1);
     rig.objects.ChangeD3Device(next);
     rig.renderer.UpdateDirect3DDevice(next);
     rig.device = &next;
