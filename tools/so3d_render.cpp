@@ -185,16 +185,16 @@ int Run(const RenderOptions& o) {
   // Streams replace their screens' pictures; each is read once per frame.
   std::vector<std::unique_ptr<so3d::tools::StreamInput>> streams;
   for (const std::string& text : o.streams) {
-    so3d::tools::StreamSpec spec;
-    if (!so3d::tools::ParseStreamSpec(text, spec, why)) {
+    so3d::tools::StreamSource source;
+    if (!so3d::tools::ParseStreamSource(text, source, why)) {
       std::fprintf(stderr, "so3d-render: %s\n", why.c_str());
       return 2;
     }
-    auto stream = std::make_unique<so3d::tools::StreamInput>(spec);
+    auto stream = std::make_unique<so3d::tools::StreamInput>(source);
     if (!stream->Open(why) ||
-        !Upload(*device, stream->Frame(), spec.width, spec.height, screens[std::size_t(spec.screen)])) {
+        !Upload(*device, stream->Frame(), source.width, source.height, screens[std::size_t(source.screen)])) {
       std::fprintf(stderr, "so3d-render: %s\n",
-                   why.empty() ? (spec.path + ": cannot make its texture").c_str() : why.c_str());
+                   why.empty() ? (source.path + ": cannot make its texture").c_str() : why.c_str());
       return 1;
     }
     streams.push_back(std::move(stream));
@@ -255,7 +255,7 @@ int Run(const RenderOptions& o) {
     bool ended = !streams.empty(), stop = false;
     for (auto& stream : streams) {
       if (stream->Next()) {
-        if (!Refill(screens[std::size_t(stream->Spec().screen)], stream->Frame())) return 1;
+        if (!Refill(screens[std::size_t(stream->Source().screen)], stream->Frame())) return 1;
       } else if (o.stream_end == "stop") {
         stop = true;
       }

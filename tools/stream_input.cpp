@@ -9,7 +9,7 @@ namespace {
 constexpr unsigned max_side = 8192;
 }
 
-bool ParseStreamSpec(const std::string& text, StreamSpec& out, std::string& error) {
+bool ParseStreamSource(const std::string& text, StreamSource& out, std::string& error) {
   const std::size_t eq = text.find('='), c1 = text.find(':', eq), c2 = text.find(':', c1 + 1);
   error = "--stream takes N=FORMAT:WxH:PATH, e.g. 0=bgra:1280x720:/tmp/a.fifo";
   if (eq == std::string::npos || c1 == std::string::npos || c2 == std::string::npos) return false;
@@ -37,10 +37,10 @@ StreamInput::~StreamInput() {
 }
 
 bool StreamInput::Open(std::string& error) {
-  owned_ = spec_.path != "-";
-  file_ = owned_ ? std::fopen(spec_.path.c_str(), "rb") : stdin;
-  if (!file_) return error = spec_.path + ": cannot open the stream", false;
-  bgra_.assign(std::size_t(spec_.width) * spec_.height * 4, 0);
+  owned_ = source_.path != "-";
+  file_ = owned_ ? std::fopen(source_.path.c_str(), "rb") : stdin;
+  if (!file_) return error = source_.path + ": cannot open the stream", false;
+  bgra_.assign(std::size_t(source_.width) * source_.height * 4, 0);
   return true;
 }
 
@@ -54,7 +54,7 @@ bool StreamInput::Next() {
     ended_ = true;
     return false;
   }
-  if (spec_.rgba) {
+  if (source_.rgba) {
     for (std::size_t i = 0; i < incoming.size(); i += 4) std::swap(incoming[i], incoming[i + 2]);
   }
   bgra_.swap(incoming);

@@ -9,7 +9,7 @@
 
 namespace so3d::tools {
 
-struct StreamSpec {
+struct StreamSource {
   int screen = 0;
   bool rgba = false;  // else B, G, R, A
   unsigned width = 0, height = 0;
@@ -17,11 +17,11 @@ struct StreamSpec {
 };
 
 // "N=FORMAT:WxH:PATH", FORMAT bgra or rgba. False with a reason.
-bool ParseStreamSpec(const std::string& text, StreamSpec& out, std::string& error);
+bool ParseStreamSource(const std::string& text, StreamSource& out, std::string& error);
 
 class StreamInput {
  public:
-  explicit StreamInput(StreamSpec spec) : spec_(std::move(spec)) {}
+  explicit StreamInput(StreamSource source) : source_(std::move(source)) {}
   ~StreamInput();
   StreamInput(const StreamInput&) = delete;
   StreamInput& operator=(const StreamInput&) = delete;
@@ -32,10 +32,10 @@ class StreamInput {
   bool Next();
   const std::vector<std::uint8_t>& Frame() const { return bgra_; }
   bool Ended() const { return ended_; }
-  const StreamSpec& Spec() const { return spec_; }
+  const StreamSource& Source() const { return source_; }
 
  private:
-  StreamSpec spec_;
+  StreamSource source_;
   std::FILE* file_ = nullptr;
   bool owned_ = false, ended_ = false;
   std::vector<std::uint8_t> bgra_, incoming_;
