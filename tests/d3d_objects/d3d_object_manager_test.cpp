@@ -5,11 +5,10 @@
 
 #include <algorithm>
 
-#include "fixtures/scene_writer.h"
 #include "module/so3d.h"
 #include "tests/render/render_fixtures.h"
 #include "tests/support/recording_device.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 
 namespace {
 
@@ -26,17 +25,14 @@ TEST(D3DObjectManager, LoadedSceneReachesTheDeviceAndLeavesWithIt) {
       .surface("Side");
   dir.Write("quad.lwo", QuadObject());
   dir.Write("strip.lwo", strip.bytes());
-  SceneWriter w;
-  w.Object("quad.lwo", 1).Place(-1, 0, 0).Object("strip.lwo", 2).Place(1, 0, 0);
 
   RecordingDevice device, second;
   {
     soD3DObjectManager manager(&device);
-    std::unique_ptr<soScene> scene(soScene::Factory(manager.TextureManager(), manager));
-    ASSERT_EQ(scene->Load(dir.Write("fx.lws", w.Text()).c_str(), manager.ObjectHandedness()), 0);
+    auto scene = LoadScene(dir, manager,
+                           SceneWriter().Object("quad.lwo", 1).Place(-1, 0, 0).Object("strip.lwo", 2).Place(1, 0, 0));
     soD3DSceneRenderer renderer(&device);
-    renderer.Initalize(720, 480);
-    renderer.UpdateProjectionSize(720, 480);
+    SizeRenderer(renderer, 720, 480);
     dynamic_cast<soD3DTextureManager&>(manager.TextureManager())
         .SetTexture(1, 1, device.MakeHostTexture(720, 480), soTextureManager::so_alpha_straight, 720, 480, 1, 1);
     const so_screen_data screens[] = {{1, 1, nullptr, 0}, {2, 2, nullptr, 0}};

@@ -7,14 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "backends/recording/recording_device.h"
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
 #include "render/so_d3d_object_manager.h"
-#include "render/so_d3d_scene_renderer.h"
-#include "scene/so_scene.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/recording_device.h"
+#include "tests/support/scene_setup.h"
 #include "textures/so_d3d_texture_manager.h"
 #ifdef SO3D_HAVE_GLES
 #include "backends/gles/gles_device.h"
@@ -22,12 +18,11 @@
 
 namespace {
 
-using so3d::backend::RecordingDevice;
-using so3d::backend::RecordingTexture;
+using namespace so3d::test;
 
 // Two screens, each a full-frame quad, over one registry and renderer.
 struct Rig {
-  so3d::test::TempDir dir;
+  TempDir dir;
   IDirect3DDevice9* device;
   soD3DObjectManager objects;
   soD3DSceneRenderer renderer;
@@ -37,20 +32,13 @@ struct Rig {
 
   explicit Rig(IDirect3DDevice9* d) : device(d), objects(d), renderer(d) {
     dir.Write("quad.lwo", so3d::fixtures::QuadObject(7.2f, 4.8f));
-    scene.reset(soScene::Factory(objects.TextureManager(), objects));
-    const std::string path =
-        dir.Write("fx.lws", so3d::fixtures::SceneWriter().Object("quad.lwo", 0).Object("quad.lwo", 1).Text());
-    EXPECT_EQ(scene->Load(path.c_str(), objects.ObjectHandedness()), 0);
-    renderer.Initalize(64, 48);
-    renderer.UpdateProjectionSize(64, 48);
+    scene = LoadScene(dir, objects, so3d::fixtures::SceneWriter().Object("quad.lwo", 0).Object("quad.lwo", 1));
+    SizeRenderer(renderer, 64, 48);
   }
   void Draw(IDirect3DTexture9* picture) {
     for (int n = 0; n < 2; ++n)
       objects.D3DTextureManager().SetTexture(n + 1, n, picture, soTextureManager::so_alpha_opaque, 64, 48, 1, 1);
-    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF000000, 1.0f, 0);
-    device->BeginScene();
-    renderer.Draw(scene.get(), screens, 2, 0, 2, 0, nullptr, 0, nullptr);
-    device->EndScene();
+    DrawFrame(*device, renderer, scene.get(), screens, 2);
     objects.D3DTextureManager().UnbindAll();
   }
 };
@@ -68,22 +56,19 @@ TEST(DeviceFailure, WhatCannotBeMadeIsSkippedUntilTheNextReset) {
     std::size_t drawn;  // in the frame that fails and the one after it
   } cases[] = {{"CreateVertexBuffer", 0}, {"Lock", 2}, {"CreateTexture", 2}, {"LockRect", 2}};
   for (const auto& c : cases) {
-    rig.objects.ReleaseAllD3DResources();  // so that this frame makes everything again
-    device.Fail(c.method);                 // every call, for one frame
+    device.Fail(c.method);  // every call, for one frame
     device.ClearLog();
     rig.Draw(picture);
     EXPECT_EQ(device.Count("DrawPrimitive"), c.drawn) << c.method;
     device.Succeed(c.method);
-    device.ClearLog();
-    rig.Draw(picture);
-    EXPECT_EQ(device.Count("DrawPrimitive"), c.drawn) << "the frame after, " << c.method;
-    rig.objects.ReleaseAllD3DResources();
-    device.ClearLog();
-    rig.Draw(picture);
-    EXPECT_EQ(device.Count("DrawPrimitive"), 2u) << "after a reset, " << c.method;
+    for (std::size_t drawn : {c.drawn, std::size_t(2)}) {  // the frame after, then after a reset
+      device.ClearLog();
+      rig.Draw(picture);
+      EXPECT_EQ(device.Count("DrawPrimitive"), drawn) << c.method;
+      rig.objects.ReleaseAllD3DResources();
+    }
     EXPECT_TRUE(device.Misuses().empty()) << c.method;
   }
-  rig.objects.ReleaseAllD3DResources();
   EXPECT_EQ(device.LiveResources(), 0);
   picture->Release();
 }
@@ -107,8 +92,7 @@ TEST(DeviceLoss, AThousandResetsLeaveNothingBehind) {
     rig.objects.ChangeD3Device(next);
     rig.renderer.UpdateDirect3DDevice(next);
     rig.device = &next;
-    rig.renderer.Initalize(64, 48);
-    rig.renderer.UpdateProjectionSize(64, 48);
+    SizeRenderer(rig.renderer, 64, 48);
   }
   EXPECT_TRUE(first.Misuses().empty() && second.Misuses().empty());
   for (RecordingTexture* p : pictures) p->Release();

@@ -13,12 +13,9 @@
 #include <vector>
 
 #include "backends/gles/gles_device.h"
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "render/so_d3d_object_manager.h"
-#include "render/so_d3d_scene_renderer.h"
-#include "scene/so_scene.h"
-#include "tests/support/temp_dir.h"
+#include "tests/gles/gles_test_support.h"
+#include "tests/support/scene_setup.h"
 #include "textures/so_d3d_texture_manager.h"
 
 namespace {
@@ -93,19 +90,13 @@ TEST(GlesEmbedding, HostTexturesInAndOutOnTheHostsDisplay) {
   {
     so3d::test::TempDir dir;
     dir.Write("frame.lwo", so3d::fixtures::QuadObject(7.2f, 4.8f));
-    const std::string path = dir.Write("fx.lws", so3d::fixtures::SceneWriter().Object("frame.lwo", 0).Text());
     soD3DObjectManager objects(device);
-    std::unique_ptr<soScene> scene(soScene::Factory(objects.TextureManager(), objects));
-    ASSERT_EQ(scene->Load(path.c_str(), objects.ObjectHandedness()), 0);
+    const auto scene = so3d::test::LoadScene(dir, objects, so3d::fixtures::SceneWriter().Object("frame.lwo", 0));
     soD3DSceneRenderer renderer(device);
-    renderer.Initalize(w, h);
-    renderer.UpdateProjectionSize(w, h);
-    so_screen_data screens[] = {{0, 1, nullptr, 0}};
+    so3d::test::SizeRenderer(renderer, w, h);
+    const so_screen_data screens[] = {{0, 1, nullptr, 0}};
     objects.D3DTextureManager().SetTexture(1, 0, screen, soTextureManager::so_alpha_opaque, w, h, 1, 1);
-    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF000000, 1.0f, 0);
-    device->BeginScene();
-    renderer.Draw(scene.get(), screens, 1, 0, 2, 0, nullptr, 0, nullptr);
-    device->EndScene();
+    so3d::test::DrawFrame(*device, renderer, scene.get(), screens, 1);
     objects.D3DTextureManager().UnbindAll();
   }
   ASSERT_EQ(device->ReleaseContext(), D3D_OK);
@@ -118,10 +109,8 @@ TEST(GlesEmbedding, HostTexturesInAndOutOnTheHostsDisplay) {
 }
 
 TEST(GlesEmbedding, AnotherThreadTakesTheDeviceOnlyOnceItIsReleased) {
-  GlesDevice* device = nullptr;
-  std::string why;
-  if (FAILED(GlesDevice::Create({w, h}, &device, &why))) GTEST_SKIP() << "no OpenGL ES 3 context: " << why;
-  const auto clear_elsewhere = [device] {
+  SO3D_REQUIRE_DEVICE(device, w, h);
+  const auto clear_elsewhere = [device = device.get()] {
     HRESULT hr = E_FAIL;
     std::thread([&] {
       hr = device->Clear(0, nullptr, D3DCLEAR_TARGET, 0xFF00FF00, 1.0f, 0);
@@ -136,7 +125,6 @@ TEST(GlesEmbedding, AnotherThreadTakesTheDeviceOnlyOnceItIsReleased) {
   const std::vector<std::uint8_t> frame = device->ReadPixels(so3d::gles::PixelOrder::rgba);
   ASSERT_FALSE(frame.empty());
   EXPECT_EQ(frame[1], 0xFF) << "the other thread's clear landed";
-  device->Release();
 }
 
 }  // namespace

@@ -6,14 +6,10 @@
 #include <algorithm>
 #include <memory>
 
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_boot.h"
 #include "render/so_d3d_object_manager.h"
-#include "render/so_d3d_scene_renderer.h"
-#include "scene/so_scene.h"
 #include "tests/gles/gles_test_support.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 #include "textures/so_d3d_texture_manager.h"
 
 namespace {
@@ -60,21 +56,14 @@ TEST(LibraryOnGles, ScreenQuadShowsTheHostPictureUpright) {
   dir.Write("quad.lwo", QuadObject(3.6f, 2.4f));
   // Screen 3 is never handed a picture, so its quad draws nothing.
   for (const auto& [name, screen] : {std::pair{"screen-quad", 0}, {"screen-without-picture", 3}}) {
-    SceneWriter w;
-    w.Object("quad.lwo", screen).Place(0, 0, 0);
-    std::unique_ptr<soScene> scene(soScene::Factory(objects.TextureManager(), objects));
-    ASSERT_EQ(scene->Load(dir.Write("fx.lws", w.Text()).c_str(), objects.ObjectHandedness()), 0);
+    auto scene = LoadScene(dir, objects, SceneWriter().Object("quad.lwo", screen).Place(0, 0, 0));
     scene->LoadTextures();
     // Slot 1: objects of slot 0 then find the picture through the screen table.
     textures->SetTexture(1, 0, picture.get(), soTextureManager::so_alpha_straight, 64, 64, 1, 1);
     soD3DSceneRenderer renderer(device.get());
-    renderer.Initalize(frame_w, frame_h);
-    renderer.UpdateProjectionSize(frame_w, frame_h);
+    SizeRenderer(renderer, frame_w, frame_h);
     const so_screen_data screens[] = {{0, 0, nullptr, 0}};
-    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, 0xFF202020, 1, 0);
-    device->BeginScene();
-    renderer.Draw(scene.get(), screens, 1, 0, 2, 0, nullptr, 0, nullptr);
-    device->EndScene();
+    DrawFrame(*device, renderer, scene.get(), screens, 1, 0xFF202020);
     EXPECT_EQ(ComparePictures(Read(*device), Expected(screen == 0), 3, name), 0u)
         << name << ": pictures written to " << SO3D_GLES_FAILURE_DIR;
   }

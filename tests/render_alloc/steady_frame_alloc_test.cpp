@@ -11,27 +11,28 @@
 #include <new>
 #include <string>
 
-#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
-#include "render/so_d3d_scene_renderer.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 
 namespace {
 
 std::atomic<bool> counting{false};
 std::atomic<long> allocations{0};
 
-void* allocate(std::size_t size) noexcept {
+void count() noexcept {
   if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return std::malloc(size ? size : 1);
 }
-
-void* allocate_aligned(std::size_t size, std::align_val_t align) noexcept {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
+void* allocate(std::size_t size) noexcept { return count(), std::malloc(size ? size : 1); }
+void* allocate(std::size_t size, std::align_val_t align) noexcept {
   const auto a = static_cast<std::size_t>(align);
-  return std::aligned_alloc(a, (size + a - 1) / a * a);
+  return count(), std::aligned_alloc(a, (size + a - 1) / a * a);
+}
+template <class... A>
+void* allocate_or_throw(std::size_t size, A... align) {
+  if (void* p = allocate(size, align...)) return p;
+  throw std::bad_alloc();
 }
 
 // Out of line, so the compiler does not see free() meet memory from new.
@@ -39,26 +40,20 @@ void* allocate_aligned(std::size_t size, std::align_val_t align) noexcept {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-  if (void* p = allocate(size)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new(std::size_t size, std::align_val_t align) {
-  if (void* p = allocate_aligned(size, align)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t size, std::align_val_t align) { return operator new(size, align); }
-void operator delete(void* p) noexcept { release(p); }
-void operator delete[](void* p) noexcept { release(p); }
-void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t) noexcept { release(p); }
-void operator delete(void* p, std::align_val_t) noexcept { release(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { release(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { release(p); }
+// Each form of new and delete, single and array alike.
+void* operator new(std::size_t s) { return allocate_or_throw(s); }
+void* operator new[](std::size_t s) { return allocate_or_throw(s); }
+void* operator new(std::size_t s, const std::nothrow_t&) noexcept { return allocate(s); }
+void* operator new[](std::size_t s, const std::nothrow_t&) noexcept { return allocate(s); }
+void* operator new(std::size_t s, std::align_val_t a) { return allocate_or_throw(s, a); }
+void* operator new[](std::size_t s, std::align_val_t a) { return allocate_or_throw(s, a); }
+#define SO3D_DELETE(...)                                                            \
+  void operator delete(void* p __VA_OPT__(, ) __VA_ARGS__) noexcept { release(p); } \
+  void operator delete[](void* p __VA_OPT__(, ) __VA_ARGS__) noexcept { release(p); }
+SO3D_DELETE()
+SO3D_DELETE(std::size_t)
+SO3D_DELETE(std::align_val_t)
+SO3D_DELETE(std::size_t, std::align_val_t)
 
 #if !defined(__SANITIZE_ADDRESS__)
 // The C library sorts and grows through these; its own entry points serve.
@@ -66,18 +61,9 @@ extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
-void* malloc(std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_malloc(size);
-}
-void* calloc(std::size_t count, std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_calloc(count, size);
-}
-void* realloc(void* p, std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_realloc(p, size);
-}
+void* malloc(std::size_t size) { return count(), __libc_malloc(size); }
+void* calloc(std::size_t n, std::size_t size) { return count(), __libc_calloc(n, size); }
+void* realloc(void* p, std::size_t size) { return count(), __libc_realloc(p, size); }
 }
 #endif
 
@@ -100,17 +86,14 @@ TEST(SteadyFrames, AllocateNothing) {
   faded.SetFloat(so_id_trans, 0.5f);
   const so_screen_data frame[3] = {{1, 1, &moved, 0}, {2, 2, &faded, 0}, {2, 2, nullptr, 0}};
   dir.Write("quad.lwo", QuadObject());
-  renderer.Initalize(720, 480);
-  renderer.UpdateProjectionSize(720, 480);
+  SizeRenderer(renderer, 720, 480);
   auto load = [&](const std::string& name, float sign) {
     SceneWriter w;
     for (int i = 0; i < 6; ++i)
       w.Object("quad.lwo", i % 3)
           .Channel(0, {{sign * float(i), 0}, {-sign * float(i), 2}, {0, 4}})
           .Channel(5, {{0, 0}, {sign, 3}});
-    auto scene = r.NewScene();
-    EXPECT_EQ(scene->Load(dir.Write(name, w.Text()).c_str(), so_handedness_left), 0);
-    return scene;
+    return LoadScene(dir, r.objects, w, name);
   };
   allocations = 0;
   counting = true;
@@ -152,12 +135,10 @@ TEST(SteadyFrames, AllocateNothingAtAnyObjectCount) {
     so3d::backend::NullDevice& device = *new so3d::backend::NullDevice;
     RecordingRegistries r;
     soD3DSceneRenderer renderer{&device};
-    renderer.Initalize(720, 480);
-    renderer.UpdateProjectionSize(720, 480);
+    SizeRenderer(renderer, 720, 480);
     SceneWriter w;
     for (int i = 0; i < count; ++i) w.Object("quad.lwo", i % 2).Channel(0, {{float(i % 7), 0}, {-1, 2}});
-    auto scene = r.NewScene();
-    ASSERT_EQ(scene->Load(dir.Write("many.lws", w.Text()).c_str(), so_handedness_left), 0);
+    auto scene = LoadScene(dir, r.objects, w);
     ASSERT_EQ(scene->ObjectCount(), std::uint32_t(count));
     const so_screen_data screens[2] = {{0, 1, nullptr, 0}, {1, 2, nullptr, 0}};
     r.log.draws.reserve(std::size_t(count) * 4);

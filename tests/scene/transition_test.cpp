@@ -5,12 +5,10 @@
 #include <tuple>
 #include <vector>
 
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "platform/foundation/z_record.h"
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 #include "tests/support/test_registries.h"
 
 namespace {
@@ -30,9 +28,7 @@ class Transition : public ::testing::Test {
   std::unique_ptr<soScene> Load(const std::string& name, std::initializer_list<std::pair<int, float>> objects) {
     SceneWriter w;
     for (const auto& [screen, x] : objects) w.Object("quad.lwo", screen).Place(x, 0, 0);
-    std::unique_ptr<soScene> scene(soScene::Factory(*r.textures, r.objects));
-    EXPECT_EQ(scene->Load(dir.Write(name, w.Text()).c_str(), so_handedness_left), 0);
-    return scene;
+    return LoadScene(dir, r.objects, w, name);
   }
   static so_vectors Eval(soScene& s, std::int32_t index, float time, so_object_data* d = nullptr) {
     so_vectors v{};

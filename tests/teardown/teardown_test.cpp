@@ -8,22 +8,17 @@
 #include <memory>
 
 #include "backends/null/null_device.h"
-#include "fixtures/lwo_writer.h"
-#include "fixtures/scene_writer.h"
 #include "render/so_d3d_object_manager.h"
-#include "render/so_d3d_scene_renderer.h"
-#include "scene/so_scene.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 
 namespace {
 
+using namespace so3d::test;
 using so3d::fixtures::SceneWriter;
 
 TEST(Teardown, EveryOrderOfRegistryRendererAndScenes) {
-  so3d::test::TempDir dir;
+  TempDir dir;
   dir.Write("quad.lwo", so3d::fixtures::QuadObject());
-  const std::string a_path = dir.Write("a.lws", SceneWriter().Object("quad.lwo", 0).Object("quad.lwo", 1).Text());
-  const std::string b_path = dir.Write("b.lws", SceneWriter().Object("quad.lwo", 1).Text());
   so_screen_data screens[2] = {{0, 1, nullptr, 0}, {1, 2, nullptr, 0}};
 
   enum Part { registry, renderer, scene_a, scene_b, transition };
@@ -32,12 +27,11 @@ TEST(Teardown, EveryOrderOfRegistryRendererAndScenes) {
     auto* device = new so3d::backend::NullDevice;
     auto objects = std::make_unique<soD3DObjectManager>(device);
     auto draw = std::make_unique<soD3DSceneRenderer>(device);
-    draw->Initalize(64, 48);
-    draw->UpdateProjectionSize(64, 48);
-    std::unique_ptr<soScene> scenes[3];
-    for (auto& s : scenes) s.reset(soScene::Factory(objects->TextureManager(), *objects));
-    ASSERT_EQ(scenes[0]->Load(a_path.c_str(), so_handedness_left), 0);
-    ASSERT_EQ(scenes[1]->Load(b_path.c_str(), so_handedness_left), 0);
+    SizeRenderer(*draw, 64, 48);
+    std::unique_ptr<soScene> scenes[3] = {
+        LoadScene(dir, *objects, SceneWriter().Object("quad.lwo", 0).Object("quad.lwo", 1)),
+        LoadScene(dir, *objects, SceneWriter().Object("quad.lwo", 1)),
+        std::unique_ptr<soScene>(soScene::Factory(objects->TextureManager(), *objects))};
     scenes[2]->Interpolate(scenes[0].get(), screens, 2, 0, scenes[1].get(), screens, 2, 0);
     ASSERT_GT(scenes[2]->ObjectCount(), 0u);
 
