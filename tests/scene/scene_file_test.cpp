@@ -150,20 +150,3 @@ TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {
   EXPECT_EQ(d.screen, 4);
   EXPECT_TRUE(s.scene->ObjectAt(0) != s.scene->ObjectAt(1) && s.scene->ObjectAt(0)->SurfaceCount() == 1);
 }
-
-TEST(SceneFile, PublicSceneFiles) {
-  SO3D_REQUIRE_LIGHTWAVE_DATA(data);
-  // The older revision: the cube loads with its keyed motion.
-  Loaded s;
-  ASSERT_EQ(s.scene->Load((data / "LWS" / "move_x_oldformat_6.lws").string().c_str(), so_handedness_left), 0);
-  ASSERT_EQ(s.scene->ObjectCount(), 1u);
-  so_vectors v{};
-  so_object_data d{};
-  for (const auto& [time, x] : {std::pair{0.0f, 0.0f}, {0.6666667f, 2.0691125f}, {1.3333334f, -2.3748658f}}) {
-    s.scene->EvaluateObject(0, time, false, &v, &d, nullptr);
-    EXPECT_NEAR(v.pos.x, x, 1e-4f) << "at " << time;
-  }
-  EXPECT_FLOAT_EQ(v.scale.x, 0.97975808f);
-  EXPECT_TRUE(v.scale.z == 1.0f && d.screen == -1);  // depth scale always 1
-  EXPECT_GT(s.scene->ObjectAt(0)->SurfaceCount(), 0);
-}
