@@ -106,18 +106,17 @@ std::size_t first_key_not(const std::vector<std::unique_ptr<so_envelope_key>>& k
     while (i < n && before(keys[i]->time)) ++i;
     return i;
   }
-  std::size_t lo = 1;
-  std::size_t len = n > 1 ? n - 1 : 0;
-  while (len > 0) {
+  if (n <= 1) return n;
+  // Branch-free halving: evaluation runs this for every channel of every
+  // object in every frame, and the outcome of each step is unpredictable.
+  const std::unique_ptr<so_envelope_key>* base = keys.data() + 1;
+  std::size_t len = n - 1;
+  while (len > 1) {
     const std::size_t half = len / 2;
-    if (before(keys[lo + half]->time)) {
-      lo += half + 1;
-      len -= half + 1;
-    } else {
-      len = half;
-    }
+    base = before(base[half - 1]->time) ? base + half : base;
+    len -= half;
   }
-  return lo;
+  return static_cast<std::size_t>(base - keys.data()) + (before(base[0]->time) ? 1 : 0);
 }
 
 }  // namespace so3d::envelope
