@@ -147,7 +147,6 @@ void soLightWaveScene::finish_report(so_load_report& r) const {
   r.revision = revision_;
   r.failure = read_failure_;
   r.lights = std::int32_t(lights_.size());
-  so_vectors ambient{};
   float intensity = 0.0f;
   so_vector3 colour{};
   const_cast<soLightWaveScene*>(this)->AmbientLight(0.0f, false, &intensity, &colour);
@@ -155,7 +154,6 @@ void soLightWaveScene::finish_report(so_load_report& r) const {
   r.ambient_color[0] = colour.x;
   r.ambient_color[1] = colour.y;
   r.ambient_color[2] = colour.z;
-  (void)ambient;
 }
 
 // ---- The report ----
