@@ -4,6 +4,7 @@
 # something is missing.
 set -euo pipefail
 packages=(cmake g++ ninja-build pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev libstb-dev
+          libpng-dev libturbojpeg0-dev libgif-dev libtiff-dev
           libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri "$@")
 missing=()
 for p in "${packages[@]}"; do

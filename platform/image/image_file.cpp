@@ -10,20 +10,10 @@
 #include <memory>
 #include <new>
 
-// The decoder and the resizer are compiled into this file only, with internal
-// linkage, so that they can never clash with a copy that a host links itself.
-#define STB_IMAGE_STATIC
-#define STB_IMAGE_IMPLEMENTATION
-#define STBI_NO_STDIO
-#define STBI_ONLY_PNG
-#define STBI_ONLY_JPEG
-#define STBI_ONLY_BMP
-#define STBI_ONLY_GIF
-#define STBI_ONLY_TGA
-#define STBI_ONLY_PSD
-#define STBI_ONLY_HDR
-#include <stb/stb_image.h>
+#include "platform/image/image_formats.h"
 
+// The resizer is compiled into this file only, with internal linkage, so
+// that it can never clash with a copy that a host links itself.
 #define STB_IMAGE_RESIZE_STATIC
 #define STB_IMAGE_RESIZE_IMPLEMENTATION
 #include <stb/stb_image_resize.h>
@@ -34,10 +24,6 @@ namespace {
 bool within_limits(std::int32_t width, std::int32_t height) {
   return width <= max_side && height <= max_side && std::uint64_t(width) * std::uint64_t(height) <= max_pixels;
 }
-
-struct StbFree {
-  void operator()(stbi_uc* p) const { stbi_image_free(p); }
-};
 
 class FileHandle {
  public:
@@ -77,40 +63,50 @@ Status read_whole_file(const char* path, std::vector<std::uint8_t>& bytes) {
 Status Decode(const std::uint8_t* data, std::size_t size, Picture& out) {
   out = Picture{};
   if (!data) return Status::bad_argument;
-  if (size == 0) return Status::not_an_image;
-  if (size > std::size_t(INT_MAX)) return Status::too_large;
-  const int length = int(size);
-
-  // The header alone tells the picture size; refuse before the decoder
-  // allocates for it.
-  int width = 0, height = 0, channels = 0;
-  if (!stbi_info_from_memory(data, length, &width, &height, &channels)) return Status::not_an_image;
-  if (width <= 0 || height <= 0) return Status::not_an_image;
-  if (!within_limits(width, height)) return Status::too_large;
-
-  std::unique_ptr<stbi_uc, StbFree> rgba(stbi_load_from_memory(data, length, &width, &height, &channels, 4));
-  if (!rgba) {
-    const char* why = stbi_failure_reason();
-    return why && std::strcmp(why, "outofmem") == 0 ? Status::no_memory : Status::not_an_image;
-  }
-  if (width <= 0 || height <= 0 || !within_limits(width, height)) return Status::not_an_image;
-
-  const std::size_t count = std::size_t(width) * std::size_t(height);
+  if (size > max_file_bytes) return Status::too_large;
+  const auto starts_with = [&](const char* magic, std::size_t n) {
+    return size >= n && std::memcmp(data, magic, n) == 0;
+  };
   try {
-    out.bgra.resize(count * 4);
-  } catch (const std::bad_alloc&) { return Status::no_memory; }
-  const stbi_uc* src = rgba.get();
-  std::uint8_t* dst = out.bgra.data();
-  for (std::size_t i = 0; i < count; ++i, src += 4, dst += 4) {
-    dst[0] = src[2];
-    dst[1] = src[1];
-    dst[2] = src[0];
-    dst[3] = src[3];
+    if (starts_with("\x89PNG\r\n\x1a\n", 8)) return detail::decode_png(data, size, out);
+    if (starts_with("\xFF\xD8\xFF", 3)) return detail::decode_jpeg(data, size, out);
+    if (starts_with("GIF87a", 6) || starts_with("GIF89a", 6)) return detail::decode_gif(data, size, out);
+    if (starts_with("II*\0", 4) || starts_with("MM\0*", 4)) return detail::decode_tiff(data, size, out);
+    if (starts_with("BM", 2)) return detail::decode_bmp(data, size, out);
+    // Targa files have no signature; their header is checked field by field.
+    return detail::decode_tga(data, size, out);
+  } catch (const std::bad_alloc&) {
+    out = Picture{};
+    return Status::no_memory;
   }
-  out.width = width;
-  out.height = height;
+}
+
+namespace detail {
+
+Status size_picture(Picture& out, std::int64_t width, std::int64_t height, std::size_t bytes,
+                    std::uint64_t pixels_per_byte) {
+  out = Picture{};
+  if (width <= 0 || height <= 0) return Status::not_an_image;
+  if (width > max_side || height > max_side) return Status::too_large;
+  const std::uint64_t pixels = std::uint64_t(width) * std::uint64_t(height);
+  if (pixels > max_pixels) return Status::too_large;
+  if (pixels / pixels_per_byte > bytes) return Status::not_an_image;  // more than the bytes can hold
+  try {
+    out.bgra.assign(pixels * 4, 0);
+  } catch (const std::bad_alloc&) { return Status::no_memory; }
+  out.width = std::int32_t(width);
+  out.height = std::int32_t(height);
   return Status::ok;
 }
+
+void opaque_if_alpha_unused(Picture& picture) {
+  const std::size_t n = picture.bgra.size();
+  for (std::size_t i = 3; i < n; i += 4)
+    if (picture.bgra[i]) return;
+  for (std::size_t i = 3; i < n; i += 4) picture.bgra[i] = 255;
+}
+
+}  // namespace detail
 
 Status DecodeFile(const char* path, Picture& out) {
   out = Picture{};

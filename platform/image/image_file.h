@@ -1,11 +1,13 @@
 #pragma once
-// Image files for the texture loader: decodes PNG, JPEG, BMP, GIF (first
-// frame), TGA, PSD and HDR into 32-bit pixels and scales them with a bilinear
-// filter. Pixels are four bytes each in the order B, G, R, A, straight (not
+// Image files for the texture loader: decodes PNG, JPEG, GIF (first frame),
+// TIFF, BMP and TGA into 32-bit pixels and scales them with a bilinear filter.
+// PNG, JPEG, GIF and TIFF go through the maintained system libraries; BMP and
+// TGA through small bounded readers of our own. Pixels are four bytes each in the order B, G, R, A, straight (not
 // premultiplied) alpha, rows top to bottom with no padding between rows.
 //
-// Every input is untrusted: sizes are checked before anything is allocated,
-// and no call throws.
+// Every input is untrusted: before anything is allocated, the declared size
+// is held to the limits below and to what the file's bytes could describe at
+// the format's best compression. No call throws.
 #include <cstddef>
 #include <cstdint>
 #include <vector>

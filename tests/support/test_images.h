@@ -1,6 +1,6 @@
 #pragma once
-// Small pictures made by the tests themselves, encoded in memory as PNG or
-// BMP, so no sample image files are needed.
+// Small pictures made by the tests themselves, encoded in memory in every
+// format the decoder reads, so no sample image files are needed.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,6 +22,14 @@ struct TestImage {
 };
 
 std::string EncodePng(const TestImage& image);
-std::string EncodeBmp(const TestImage& image);  // 32-bit with alpha
+std::string EncodeBmp(const TestImage& image);            // 32-bit with alpha, rows bottom to top
+std::string EncodeBmpTopDown(const TestImage& image);     // the same, negative height
+std::string EncodeTga(const TestImage& image, bool rle);  // 32-bit
+std::string EncodeJpeg(const TestImage& image);           // lossy: compare with a tolerance
+std::string EncodeGif(const TestImage& image);            // up to 256 colours, alpha 0 transparent
+std::string EncodeTiff(const TestImage& image);           // RGBA, unassociated alpha
+
+// Gives a PNG chunk that the test changed its right checksum again.
+void FixPngChecksum(std::string& png, std::size_t chunk_at);
 
 }  // namespace so3d::test
