@@ -32,6 +32,7 @@ DEPENDS = {
     "tools": ["module", "backends/gles", "backends/null", "backends/recording", "fixtures"],
     "examples": ["module", "backends/gles", "fixtures"],
     "bench": ["module", "backends/null", "backends/gles", "fixtures"],
+    "fuzz": ["module", "backends/null", "fixtures"],
     "tests": ["module", "backends/null", "backends/recording", "backends/gles", "fixtures"],
 }
 SOURCE = re.compile(r"\.(h|hpp|cpp|cc)$")

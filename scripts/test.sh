@@ -4,7 +4,7 @@
 # test suite in both builds. The plain build's library is held to its
 # documented exports, and its package is installed and built against as a
 # host would (scripts/test_install.sh). Last, concurrent loads run under
-# ThreadSanitizer.
+# ThreadSanitizer, and the fuzz targets replay their corpora.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -30,3 +30,7 @@ cmake --build build/tsan -j "$jobs" --target thread_tests
 echo "== tests: thread sanitizer"
 TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan --output-on-failure -R '^Threads\.'
 
+
+# Every fuzz target replays its committed findings and seeds, then fuzzes
+# for a short while (scripts/fuzz.sh runs long campaigns).
+bash scripts/fuzz.sh "${SO3D_FUZZ_SECONDS:-15}"
