@@ -19,26 +19,6 @@ void put(const fs::path& dir, const std::string& name, const std::string& bytes)
   std::ofstream(dir / name, std::ios::binary) << bytes;
 }
 
-std::string textured_lwo2() {
-  LwoWriter w;
-  w.tags({"One", "Wood"}).layer(0).points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, 1}});
-  w.polygons({{0, 1, 2, 3}, {0, 1, 4}});
-  w.vmap("TXUV", 2, "uv", {{0, 0, {0, 0}}, {1, 0, {1, 0}}, {2, 0, {1, 1}}, {3, 0, {0, 1}}});
-  w.vmap("TXUV", 2, "uv", {{0, 1, {0.5f, 0.5f}}}, true);
-  w.ptag("SURF", {{0, 0}, {1, 1}});
-  w.chunk("CLIP", [](IffBytes& b) { b.u4(1).sub("STIL", [](IffBytes& s) { s.str("wood.png"); }); });
-  w.surface("One", [](IffBytes& b) { b.sub("SMAN", [](IffBytes& s) { s.f4(1.2f); }); });
-  w.surface("Wood", [](IffBytes& b) {
-    b.sub("COLR", [](IffBytes& s) { s.f4(0.5f).f4(0.3f).f4(0.1f).index(0); });
-    b.sub("BLOK", [](IffBytes& s) {
-      s.sub("IMAP", [](IffBytes& i) { i.str("\x80").sub("CHAN", [](IffBytes& c) { c.id("COLR"); }); });
-      s.sub("PROJ", [](IffBytes& p) { p.u2(5); }).sub("IMAG", [](IffBytes& p) { p.index(1); });
-      s.sub("VMAP", [](IffBytes& p) { p.str("uv"); });
-    });
-  });
-  return w.bytes();
-}
-
 std::string quad_lwob() {
   LwobWriter w;
   w.srfs({"One"}).points({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}});
@@ -74,7 +54,7 @@ int main(int argc, char** argv) {
   const fs::path root = argv[1];
   for (const char* target : {"object_reader", "object_load"}) {
     put(root / target, "quad.lwo", QuadObject());
-    put(root / target, "textured.lwo", textured_lwo2());
+    put(root / target, "textured.lwo", TexturedObject("wood.png"));
     put(root / target, "quad_lwob.lwo", quad_lwob());
     put(root / target, "quad_lwo3.lwo", quad_lwo3());
   }

@@ -5,67 +5,11 @@
 
 #include "backends/null/null_device.h"
 
-#include <array>
-#include <atomic>
-#include <cstdlib>
-#include <new>
-#include <string>
-
 #include "platform/foundation/z_record.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
+#include "tests/support/allocation/allocation_hooks.h"
 #include "tests/support/scene_setup.h"
-
-namespace {
-
-std::atomic<bool> counting{false};
-std::atomic<long> allocations{0};
-
-void count() noexcept {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-}
-void* allocate(std::size_t size) noexcept { return count(), std::malloc(size ? size : 1); }
-void* allocate(std::size_t size, std::align_val_t align) noexcept {
-  const auto a = static_cast<std::size_t>(align);
-  return count(), std::aligned_alloc(a, (size + a - 1) / a * a);
-}
-template <class... A>
-void* allocate_or_throw(std::size_t size, A... align) {
-  if (void* p = allocate(size, align...)) return p;
-  throw std::bad_alloc();
-}
-
-// Out of line, so the compiler does not see free() meet memory from new.
-[[gnu::noinline]] void release(void* p) noexcept { std::free(p); }
-
-}  // namespace
-
-// Each form of new and delete, single and array alike.
-void* operator new(std::size_t s) { return allocate_or_throw(s); }
-void* operator new[](std::size_t s) { return allocate_or_throw(s); }
-void* operator new(std::size_t s, const std::nothrow_t&) noexcept { return allocate(s); }
-void* operator new[](std::size_t s, const std::nothrow_t&) noexcept { return allocate(s); }
-void* operator new(std::size_t s, std::align_val_t a) { return allocate_or_throw(s, a); }
-void* operator new[](std::size_t s, std::align_val_t a) { return allocate_or_throw(s, a); }
-#define SO3D_DELETE(...)                                                            \
-  void operator delete(void* p __VA_OPT__(, ) __VA_ARGS__) noexcept { release(p); } \
-  void operator delete[](void* p __VA_OPT__(, ) __VA_ARGS__) noexcept { release(p); }
-SO3D_DELETE()
-SO3D_DELETE(std::size_t)
-SO3D_DELETE(std::align_val_t)
-SO3D_DELETE(std::size_t, std::align_val_t)
-
-#if !defined(__SANITIZE_ADDRESS__)
-// The C library sorts and grows through these; its own entry points serve.
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-void* malloc(std::size_t size) { return count(), __libc_malloc(size); }
-void* calloc(std::size_t n, std::size_t size) { return count(), __libc_calloc(n, size); }
-void* realloc(void* p, std::size_t size) { return count(), __libc_realloc(p, size); }
-}
-#endif
 
 namespace {
 
@@ -95,11 +39,9 @@ TEST(SteadyFrames, AllocateNothing) {
           .Channel(5, {{0, 0}, {sign, 3}});
     return LoadScene(dir, r.objects, w, name);
   };
-  allocations = 0;
-  counting = true;
+  so3d::test::allocation::start_counting();
   auto a = load("a.lws", 1);
-  counting = false;
-  ASSERT_GT(allocations.load(), 0) << "the counter must see the library's allocations";
+  ASSERT_GT(so3d::test::allocation::stop_counting(), 0) << "the counter must see the library's allocations";
   auto b = load("b.lws", -1);
   auto interpolated = r.NewScene();
   so_screen_data table[] = {{0, 0, nullptr, 0}, {1, 1, &moved, 0}, {2, 2, &faded, 0}};
@@ -117,11 +59,9 @@ TEST(SteadyFrames, AllocateNothing) {
   for (const auto& c : cases) {
     r.log.draws.clear();
     renderer.Draw(c.scene, frame, 3, 0, 2, c.flags, nullptr, 0, nullptr);
-    allocations = 0;
-    counting = true;
+    so3d::test::allocation::start_counting();
     for (int i = 1; i <= 100; ++i) renderer.Draw(c.scene, frame, 3, float(i) * 0.02f, 2, c.flags, nullptr, 0, nullptr);
-    counting = false;
-    EXPECT_EQ(allocations.load(), 0) << "case drawing " << c.draws;
+    EXPECT_EQ(so3d::test::allocation::stop_counting(), 0) << "case drawing " << c.draws;
     EXPECT_EQ(r.log.draws.size(), 101 * c.draws) << "every object drawn every frame";
   }
   device.Release();
@@ -143,14 +83,12 @@ TEST(SteadyFrames, AllocateNothingAtAnyObjectCount) {
     const so_screen_data screens[2] = {{0, 1, nullptr, 0}, {1, 2, nullptr, 0}};
     r.log.draws.reserve(std::size_t(count) * 4);
     renderer.Draw(scene.get(), screens, 2, 0, 2, 0, nullptr, 0, nullptr);
-    allocations = 0;
-    counting = true;
+    so3d::test::allocation::start_counting();
     for (int i = 1; i <= 3; ++i) {
       r.log.draws.clear();
       renderer.Draw(scene.get(), screens, 2, float(i) * 0.5f, 2, 0, nullptr, 0, nullptr);
     }
-    counting = false;
-    EXPECT_EQ(allocations.load(), 0) << count << " objects";
+    EXPECT_EQ(so3d::test::allocation::stop_counting(), 0) << count << " objects";
     scene.reset();
     device.Release();
   }
