@@ -1,6 +1,5 @@
-// The Direct3D renderer against the recording device: fixed state,
-// projection, camera, world matrices and what each drawable receives, up to
-// scene files loaded, turned into transitions and nested, then drawn.
+// The Direct3D renderer against the recording device: projection, camera, world matrices and what each drawable
+// receives, up to scene files loaded, turned into transitions and nested, then drawn.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,7 +17,7 @@
 #include "scene/so_lightwave_scene.h"
 #include "scene/so_object_settings.h"
 #include "tests/render/render_fixtures.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/scene_setup.h"
 
 namespace {
 
@@ -65,8 +64,7 @@ class Renderer : public ::testing::Test {
   void SetUp() override {
     r.log.device = &device;
     for (const char* name : {"quad.lwo", "carrier.lwo", "plain.lwo", "a.lwo", "b.lwo"}) dir.Write(name, QuadObject());
-    renderer.Initalize(720, 480);
-    renderer.UpdateProjectionSize(720, 480);
+    SizeRenderer(renderer, 720, 480);
     device.ClearLog();
   }
   template <class Scene = soLightWaveScene>
@@ -96,27 +94,11 @@ class Renderer : public ::testing::Test {
   std::vector<std::string> Drawn() const {
     return Drawn([](const DrawnObject& d) { return Text(d); });
   }
-  std::vector<std::string> Names() const {
-    return Drawn([](const DrawnObject& d) { return d.name; });
-  }
   using Records = std::vector<std::pair<const zRecord*, const zRecord*>>;
   Records DrawnRecords() const {
     return Drawn([](const DrawnObject& d) { return std::pair(d.state.record, d.state.other_record); });
   }
 };
-
-TEST_F(Renderer, InitalizeSetsTheFixedPipelineInOrder) {
-  renderer.Initalize(720, 480);
-  EXPECT_EQ(device.Log(),
-            (std::vector<std::string>{
-                "SetRenderState(137, 1)",        "SetRenderState(22, 1)",         "SetRenderState(26, 0)",
-                "SetRenderState(29, 1)",         "SetRenderState(27, 0)",         "SetVertexShader(null)",
-                "SetSamplerState(0, 6, 2)",      "SetSamplerState(0, 5, 2)",      "SetSamplerState(0, 1, 3)",
-                "SetSamplerState(0, 2, 3)",      "SetRenderState(145, 0)",        "SetTextureStageState(0, 1, 4)",
-                "SetTextureStageState(0, 2, 2)", "SetTextureStageState(0, 3, 0)", "SetTextureStageState(0, 4, 4)",
-                "SetTextureStageState(1, 1, 4)", "SetTextureStageState(1, 2, 2)", "SetTextureStageState(1, 3, 1)",
-                "SetTextureStageState(1, 4, 4)", "SetTextureStageState(1, 5, 2)", "SetTextureStageState(1, 6, 1)"}));
-}
 
 TEST_F(Renderer, ProjectionShowsTheFramePlaneAtDistanceTen) {
   renderer.UpdateProjectionSize(720, 0);
@@ -138,8 +120,7 @@ TEST_F(Renderer, NothingToDrawWithoutSceneOrDevice) {
   EXPECT_TRUE(device.Log().empty());
   auto scene = Load(Row(1));
   soD3DSceneRenderer detached(nullptr);
-  detached.Initalize(720, 480);
-  detached.UpdateProjectionSize(720, 480);
+  SizeRenderer(detached, 720, 480);
   detached.Draw(scene.get(), nullptr, 0, 0, 2, 0, nullptr, 0, nullptr);
   EXPECT_TRUE(r.log.draws.empty());
   detached.UpdateDirect3DDevice(device);
@@ -331,7 +312,8 @@ TEST_F(Nested, EverySubSceneDrawnSceneBNeedsScreensAndNestingStops) {
       (std::vector<std::pair<std::string, float>>{
           {"a.lwo", 0.75f}, {"b.lwo", 1}, {"plain.lwo", 1}, {"b.lwo", 1.5f}, {"a.lwo", 0.25f}, {"plain.lwo", 1}}));
   Draw(t.get(), {}, 0);
-  EXPECT_EQ(Names(), (std::vector<std::string>{"a.lwo", "plain.lwo", "b.lwo", "plain.lwo"}));
+  EXPECT_EQ(Drawn([](const DrawnObject& d) { return d.name; }),
+            (std::vector<std::string>{"a.lwo", "plain.lwo", "b.lwo", "plain.lwo"}));
 
   // A scene inside itself stops at the depth limit, and the count unwinds.
   auto self = Load(SceneWriter().Object("carrier.lwo", 0).Object("plain.lwo", 5), "self.lws");

@@ -44,51 +44,35 @@ class CountedScene : public soLightWaveScene {
   }
 };
 
-class DepthSort : public ::testing::Test {
- protected:
+TEST(DepthSort, GrowsByTheStepKeepsEntriesAndRefusesUnreachableSizes) {
   TestRegistries r;
   CountedScene scene{*r.textures, r.objects};
   TestRenderer renderer;
-
-  void Sort(std::uint32_t n) {
-    scene.count = n;
-    renderer.DoDepthSort(scene, 0);
-  }
-};
-
-TEST_F(DepthSort, GrowsByTheStepNeverShrinksAndKeepsEntries) {
-  Sort(0);
+  const auto sort = [&](std::uint32_t n) { scene.count = n, renderer.DoDepthSort(scene, 0); };
+  sort(0);
   EXPECT_EQ(scene.sorted_counts, std::vector<std::uint32_t>{0}) << "an empty scene is still asked to sort";
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(0));
-  Sort(4);
-  EXPECT_EQ(renderer.depth_sort_capacity(), 4u);
+  sort(4);
   // Index access grows without counting and moves the inline entries.
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(4), 0u);
   EXPECT_EQ(renderer.depth_sort_capacity(), 8u);
   for (std::uint32_t i = 0; i < 4; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 3 - i);
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(4));
-
   for (const auto& [count, capacity] : {std::pair{9u, 12u}, {20u, 24u} /* the step alone is not enough */, {5u, 24u}}) {
-    Sort(count);
+    sort(count);
     EXPECT_EQ(renderer.depth_sort_capacity(), capacity) << count;
   }
-  EXPECT_TRUE(renderer.DepthSort_ValidIndex(4));
-  EXPECT_FALSE(renderer.DepthSort_ValidIndex(5));
+  EXPECT_TRUE(renderer.DepthSort_ValidIndex(4) && !renderer.DepthSort_ValidIndex(5));
   for (std::uint32_t i = 0; i < 5; ++i) EXPECT_EQ(renderer.DepthSort_ConvertIndex(i), 4 - i);
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(15), 4u) << "what was kept from 20 entries is intact";
-  renderer.DepthSort_ConvertIndex(30);
-  EXPECT_EQ(renderer.depth_sort_capacity(), 35u);
-}
 
-TEST_F(DepthSort, UnreachableSizesDrawNothingAndLeaveTheStorage) {
-  Sort(6);
-  Sort(std::numeric_limits<std::uint32_t>::max());
+  // Sizes past a 32-bit capacity draw nothing, and the storage stays usable.
+  sort(std::numeric_limits<std::uint32_t>::max());
   EXPECT_FALSE(renderer.DepthSort_ValidIndex(0));
-  EXPECT_EQ(scene.sorted_counts.size(), 1u) << "the scene must not write past the storage";
-  EXPECT_EQ(renderer.depth_sort_capacity(), 8u);
+  EXPECT_EQ(scene.sorted_counts.size(), 5u) << "the scene must not write past the storage";
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0xFFFFFFFBu), 0xFFFFFFFFu);
-  EXPECT_EQ(renderer.DepthSort_ConvertIndex(0xFFFFFFFFu), 0xFFFFFFFFu);
-  Sort(6);
+  EXPECT_EQ(renderer.depth_sort_capacity(), 24u);
+  sort(6);
   EXPECT_EQ(renderer.DepthSort_ConvertIndex(0), 5u);
 }
 
