@@ -1,6 +1,6 @@
 #include "backends/gles/ffp_program.h"
 
-#include <vector>
+#include "backends/gles/gl_program.h"
 
 namespace so3d::gles {
 
@@ -91,46 +91,11 @@ void main() {
 }
 )";
 
-GLuint Compile(GLenum type, const char* source, std::string* why) {
-  const GLuint shader = glCreateShader(type);
-  glShaderSource(shader, 1, &source, nullptr);
-  glCompileShader(shader);
-  GLint ok = GL_FALSE;
-  glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-  if (ok) return shader;
-  GLint length = 0;
-  glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
-  std::vector<char> log(std::size_t(length > 0 ? length : 1), '\0');
-  glGetShaderInfoLog(shader, GLsizei(log.size()), nullptr, log.data());
-  if (why) *why = std::string("shader compile: ") + log.data();
-  glDeleteShader(shader);
-  return 0;
-}
-
 }  // namespace
 
 bool FfpProgram::Build(std::string* why) {
-  const GLuint vs = Compile(GL_VERTEX_SHADER, vertex_source, why);
-  const GLuint fs = vs ? Compile(GL_FRAGMENT_SHADER, fragment_source, why) : 0;
-  if (!fs) {
-    if (vs) glDeleteShader(vs);
-    return false;
-  }
-  program = glCreateProgram();
-  glAttachShader(program, vs);
-  glAttachShader(program, fs);
-  glLinkProgram(program);
-  glDeleteShader(vs);
-  glDeleteShader(fs);
-  GLint ok = GL_FALSE;
-  glGetProgramiv(program, GL_LINK_STATUS, &ok);
-  if (!ok) {
-    char log[1024] = {};
-    glGetProgramInfoLog(program, sizeof log, nullptr, log);
-    if (why) *why = std::string("program link: ") + log;
-    Destroy();
-    return false;
-  }
+  program = BuildProgram(vertex_source, fragment_source, why);
+  if (!program) return false;
   clip = glGetUniformLocation(program, "u_clip");
   emissive = glGetUniformLocation(program, "u_emissive");
   ambient = glGetUniformLocation(program, "u_ambient");

@@ -130,6 +130,11 @@ void GlStateCache::BindTexture(std::size_t unit, GLuint texture) {
   ++counts_.binds;
 }
 
+void GlStateCache::BindTextureToChange(std::size_t unit, GLuint texture) {
+  BindTexture(unit, texture);
+  if (unit < unit_count) ActiveUnit(unit);
+}
+
 void GlStateCache::BindSampler(std::size_t unit, GLuint sampler) {
   if (unit >= unit_count || !samplers_[unit].Change(sampler)) return;
   glBindSampler(GLuint(unit), sampler);

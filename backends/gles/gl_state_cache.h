@@ -42,7 +42,7 @@ struct AttributeSource {
 
 class GlStateCache {
  public:
-  static constexpr std::size_t unit_count = 2;
+  static constexpr std::size_t unit_count = 3;  // two texture stages, and a video picture's third plane
   static constexpr std::size_t attribute_count = 4;
   static constexpr GLint uniform_limit = 32;  // locations cached; higher ones always reach GL
 
@@ -64,6 +64,10 @@ class GlStateCache {
   void BindVertexArray(GLuint array);
   void BindArrayBuffer(GLuint buffer);
   void BindTexture(std::size_t unit, GLuint texture);
+  // BindTexture, leaving `unit` active: for the calls that act on the active
+  // unit's texture (storage, uploads, parameters), which would otherwise
+  // reach whatever texture the last active unit holds.
+  void BindTextureToChange(std::size_t unit, GLuint texture);
   void BindSampler(std::size_t unit, GLuint sampler);
   // Parameters of the sampler object bound for `unit` (which owns it).
   void SamplerParameter(std::size_t unit, GLuint sampler, GLenum name, GLint value);

@@ -9,6 +9,7 @@
 #include "backends/gles/gles_runtime.h"
 #include "backends/gles/gles_texture.h"
 #include "backends/gles/gles_vertex_buffer.h"
+#include "backends/gles/yuv_converter.h"
 
 namespace so3d::gles {
 
@@ -136,6 +137,7 @@ GlesDevice::~GlesDevice() {
     if (t) t->Release();
   if (state_.stream.buffer) state_.stream.buffer->Release();
   if (!runtime_->MakeCurrent()) return;
+  if (yuv_) yuv_->Destroy(runtime_->cache);
   program_.Destroy();
   glDeleteSamplers(GLsizei(stage_count), samplers_);
   glDeleteVertexArrays(1, &vertex_array_);
@@ -509,6 +511,45 @@ HRESULT GlesDevice::WrapTexture(GLuint texture, UINT width, UINT height, IDirect
   if (out) *out = wrapped;
   if (FAILED(hr)) last_error_ = "the texture cannot be wrapped (null, empty, or not shared with the device's context)";
   return hr;
+}
+
+namespace {
+
+bool PlanesCover(const YuvPicture& p) {
+  if (p.width == 0 || p.height == 0 || !p.planes[0] || !p.planes[1] || p.strides[0] < p.width) return false;
+  const std::size_t chroma = p.layout == YuvLayout::yuv444 ? p.width : (p.width + 1) / 2;
+  if (p.layout == YuvLayout::nv12) return p.strides[1] >= 2 * chroma && p.strides[1] % 2 == 0;
+  return p.planes[2] && p.strides[1] >= chroma && p.strides[2] >= chroma;
+}
+
+}  // namespace
+
+HRESULT GlesDevice::ConvertYuv(const YuvPicture& picture, IDirect3DTexture9* texture) {
+  auto* target = dynamic_cast<GlesTexture*>(texture);
+  if (!target || target->Runtime() != runtime_.get() || target->Wrapped() || target->Width() != picture.width ||
+      target->Height() != picture.height || !PlanesCover(picture)) {
+    last_error_ = "the picture and the texture do not match (size, planes, or not this device's own texture)";
+    return D3DERR_INVALIDCALL;
+  }
+  if (!runtime_->MakeCurrent()) {
+    last_error_ = "the device's context cannot be made current on this thread";
+    return E_FAIL;
+  }
+  if (!yuv_) {
+    yuv_.reset(new (std::nothrow) YuvConverter);
+    if (!yuv_) return E_OUTOFMEMORY;
+  }
+  GlStateCache& cache = runtime_->cache;
+  const bool converted = yuv_->Convert(cache, picture, target->Name(), last_error_);
+  // The fixed-function emulation's own GL state back, all of it applied
+  // again at the next draw.
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+  cache.UseProgram(program_.program);
+  cache.BindVertexArray(vertex_array_);
+  cache.Viewport(0, 0, GLsizei(width_), GLsizei(height_));
+  for (std::size_t i = 0; i < stage_count; ++i) cache.BindSampler(i, samplers_[i]);
+  dirty_ = dirty_all;
+  return converted ? D3D_OK : E_FAIL;
 }
 
 EGLDisplay GlesDevice::Display() const { return runtime_->egl->Display(); }

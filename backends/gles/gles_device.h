@@ -39,12 +39,14 @@
 #include "backends/gles/egl_context.h"
 #include "backends/gles/ffp_program.h"
 #include "backends/gles/gl_state_cache.h"
+#include "backends/gles/yuv_picture.h"
 #include "backends/state/ref_counted.h"
 #include "platform/d3d9/d3d9.h"
 
 namespace so3d::gles {
 
 struct GlesRuntime;
+class YuvConverter;
 
 // Byte order of ReadPixels' pixels.
 enum class PixelOrder { bgra, rgba };
@@ -120,7 +122,17 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   // name or size or a texture the context cannot see, E_FAIL when the
   // context cannot be made current, E_OUTOFMEMORY; *out is null then.
   HRESULT WrapTexture(GLuint texture, UINT width, UINT height, IDirect3DTexture9** out);
-  // Why the last failed ReleaseContext, SetRenderTarget or WrapTexture did,
+  // --- Video pictures ---
+  // Converts `picture` (planar Y'CbCr) into `texture`, one of this device's
+  // own textures of the picture's size, on the GPU: the way to feed a
+  // screen from a video source without converting on the CPU. The texture's
+  // lockable copy is not updated. D3DERR_INVALIDCALL for a texture of
+  // another device or size, a wrapped one, or planes that are missing or
+  // whose rows are shorter than the picture's; E_FAIL when GL fails
+  // (LastError says why).
+  HRESULT ConvertYuv(const YuvPicture& picture, IDirect3DTexture9* texture);
+
+  // Why the last failed ReleaseContext, SetRenderTarget, WrapTexture or ConvertYuv did,
   // in words ("" before any failure); the Direct3D calls answer with their
   // HRESULT only.
   const std::string& LastError() const { return last_error_; }
@@ -170,6 +182,7 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   GLuint vertex_array_ = 0;
   GLuint samplers_[stage_count] = {};
   std::vector<std::uint8_t> readback_;
+  std::unique_ptr<YuvConverter> yuv_;  // made on the first ConvertYuv
   std::string last_error_;
 };
 

@@ -29,7 +29,7 @@ HRESULT GlesTexture::Create(std::shared_ptr<GlesRuntime> runtime, UINT width, UI
   } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
   GlStateCache& cache = runtime->cache;
   glGenTextures(1, &texture->name_);
-  cache.BindTexture(0, texture->name_);
+  cache.BindTextureToChange(0, texture->name_);
   glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
   glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, GLsizei(width), GLsizei(height), 0, GL_RGBA, GL_UNSIGNED_BYTE,
@@ -90,7 +90,7 @@ HRESULT GlesTexture::UnlockRect(UINT level) {
   if (read_only_) return D3D_OK;
   if (!runtime_->MakeCurrent()) return E_FAIL;
   const RECT& r = lock_rect_;
-  runtime_->cache.BindTexture(0, name_);
+  runtime_->cache.BindTextureToChange(0, name_);
   glPixelStorei(GL_UNPACK_ROW_LENGTH, GLint(width_));
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
   const std::uint8_t* first = texels_.data() + (std::size_t(r.top) * width_ + std::size_t(r.left)) * texel_bytes;

@@ -40,6 +40,7 @@ class GlesTexture final : public backend::RefCounted<IDirect3DTexture9> {
   HRESULT UnlockRect(UINT level) override;
 
   GLuint Name() const { return name_; }
+  bool Wrapped() const { return !owned_; }
   UINT Width() const { return width_; }
   UINT Height() const { return height_; }
   const GlesRuntime* Runtime() const { return runtime_.get(); }
