@@ -101,7 +101,7 @@ TEST_F(ScreenBinding, BindsOnStageZeroOnlyForOneAndReportsWhatTheHostGave) {
   EXPECT_EQ(bare->GetMaskTexture(), nullptr);
 }
 
-TEST_F(ScreenBinding, SlotRecordsComeFirstAndUnbindAllClearsThem) {
+TEST_F(ScreenBinding, SlotRecordsComeFirstUnbindAllClearsThemAndScreensOutsideTheTable) {
   Set(0, 2, b);
   Set(3, 1, a);
   // Without a record for its slot the screen's entry shows.
@@ -112,9 +112,7 @@ TEST_F(ScreenBinding, SlotRecordsComeFirstAndUnbindAllClearsThem) {
 
   manager->UnbindAll();
   EXPECT_EQ(Lookup({{0, 2}, {3, 2}, {9, 2}}), "no:- no:- no:-");
-}
 
-TEST_F(ScreenBinding, ScreenNumbersOutsideTheTable) {
   Set(0, 0, a);
   Set(7, 6, b);  // a texture handed in for a screen outside the table serves its slot only
   Set(8, -1, c);
@@ -123,18 +121,6 @@ TEST_F(ScreenBinding, ScreenNumbersOutsideTheTable) {
   // With a record for the slot, a negative screen still refuses to bind
   // though HasTexture answers true; a screen past the table binds.
   EXPECT_EQ(Lookup({{0, -1}, {0, 6}, {7, 3}, {8, 0}, {9, 0}}), "has:- has:tex1 has:tex2 has:tex3 has:tex1");
-}
-
-TEST(GenerateTextureCoords, SixPairsAStrideApart) {
-  float out[6][4];
-  for (auto& row : out) row[0] = row[1] = row[2] = row[3] = -7.0f;
-  soD3DTextureManager::GenerateTextureCoords(0.75f, 0.5f, &out[0][0], sizeof out[0]);
-  // A stride shorter than one pair, or no buffer, writes nothing.
-  soD3DTextureManager::GenerateTextureCoords(1, 1, &out[0][0], 4);
-  soD3DTextureManager::GenerateTextureCoords(1, 1, nullptr, 8);
-  const float expected[6][4] = {{0, 0.5f, -7, -7}, {0, 0, -7, -7},     {0.75f, 0, -7, -7},
-                                {0, 0.5f, -7, -7}, {0.75f, 0, -7, -7}, {0.75f, 0.5f, -7, -7}};
-  EXPECT_EQ(0, std::memcmp(out, expected, sizeof out));
 }
 
 using Mask = D3DTextureTest;
