@@ -69,6 +69,8 @@ const char* Usage() {
          "                      show every screen that has none\n"
          "  --stream N=FMT:WxH:PATH  screen N from a stream of raw frames (FMT bgra or rgba) in a file,\n"
          "                      a named pipe or - (stdin), one frame read per frame rendered\n"
+         "  --stream N=y4m:PATH  screen N from a YUV4MPEG2 stream (4:2:0 or 4:4:4, BT.601; the device\n"
+         "                      converts it), e.g. from ffmpeg -f yuv4mpegpipe\n"
          "  --duration S        the transition lasts S seconds at --rate (instead of --frames)\n"
          "  --after MODE        once it has run: exit, hold (keep drawing the end) or loop,\n"
          "                      while streams still deliver (exit)\n"

@@ -66,8 +66,26 @@ bool Upload(GlesDevice& device, const std::vector<std::uint8_t>& bgra, unsigned 
   return true;
 }
 
-// A new frame of a stream into its screen's texture (same size as made).
-bool Refill(Screen& screen, const std::vector<std::uint8_t>& bgra) {
+// A stream's new frame into its screen's texture (made at the stream's
+// size): raw pixels through a lock, video planes converted on the device.
+bool Refill(GlesDevice& device, const so3d::tools::StreamInput& stream, Screen& screen) {
+  const std::vector<std::uint8_t>& frame = stream.Frame();
+  if (stream.Source().format == so3d::tools::StreamFormat::y4m) {
+    so3d::gles::YuvPicture picture;
+    const unsigned w = screen.width, h = screen.height, cw = stream.Layout().chroma_444 ? w : (w + 1) / 2;
+    const std::size_t chroma = std::size_t(cw) * (stream.Layout().chroma_444 ? h : (h + 1) / 2);
+    picture.layout = stream.Layout().chroma_444 ? so3d::gles::YuvLayout::yuv444 : so3d::gles::YuvLayout::i420;
+    picture.full_range = stream.Layout().full_range;
+    picture.width = w, picture.height = h;
+    picture.planes[0] = frame.data(), picture.strides[0] = w;
+    picture.planes[1] = frame.data() + std::size_t(w) * h, picture.strides[1] = cw;
+    picture.planes[2] = picture.planes[1] + chroma, picture.strides[2] = cw;
+    if (FAILED(device.ConvertYuv(picture, screen.texture.get()))) {
+      std::fprintf(stderr, "so3d-render: %s: %s\n", stream.Source().path.c_str(), device.LastError().c_str());
+      return false;
+    }
+    return true;
+  }
   D3DLOCKED_RECT locked{};
   if (FAILED(screen.texture->LockRect(0, &locked, nullptr, 0))) {
     std::fprintf(stderr, "so3d-render: a stream's texture cannot be written\n");
@@ -75,7 +93,7 @@ bool Refill(Screen& screen, const std::vector<std::uint8_t>& bgra) {
   }
   for (unsigned y = 0; y < screen.height; ++y)
     std::memcpy(static_cast<std::uint8_t*>(locked.pBits) + std::size_t(y) * unsigned(locked.Pitch),
-                bgra.data() + std::size_t(y) * screen.width * 4, std::size_t(screen.width) * 4);
+                frame.data() + std::size_t(y) * screen.width * 4, std::size_t(screen.width) * 4);
   screen.texture->UnlockRect(0);
   return true;
 }
@@ -191,8 +209,14 @@ int Run(const RenderOptions& o) {
       return 2;
     }
     auto stream = std::make_unique<so3d::tools::StreamInput>(source);
-    if (!stream->Open(why) ||
-        !Upload(*device, stream->Frame(), source.width, source.height, screens[std::size_t(source.screen)])) {
+    // A video stream's screen starts black until its first frame.
+    const bool opened = stream->Open(why);
+    const unsigned w = stream->Source().width, h = stream->Source().height;
+    if (!opened ||
+        !Upload(*device,
+                source.format == so3d::tools::StreamFormat::y4m ? std::vector<std::uint8_t>(std::size_t(w) * h * 4)
+                                                                : stream->Frame(),
+                w, h, screens[std::size_t(source.screen)])) {
       std::fprintf(stderr, "so3d-render: %s\n",
                    why.empty() ? (source.path + ": cannot make its texture").c_str() : why.c_str());
       return 1;
@@ -255,7 +279,7 @@ int Run(const RenderOptions& o) {
     bool ended = !streams.empty(), stop = false;
     for (auto& stream : streams) {
       if (stream->Next()) {
-        if (!Refill(screens[std::size_t(stream->Source().screen)], stream->Frame())) return 1;
+        if (!Refill(*device, *stream, screens[std::size_t(stream->Source().screen)])) return 1;
       } else if (o.stream_end == "stop") {
         stop = true;
       }

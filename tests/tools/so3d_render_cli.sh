@@ -69,5 +69,30 @@ expect 0 "wrote 5 frames" -- "$render" --size 64x48 --duration 0.08 --rate 25 --
   --stream "0=bgra:64x48:$work/live" --out "$work/o" "$a" "$b"
 expect 2 "needs a --stream" -- "$render" --after loop "$a"
 
+# YUV4MPEG2 in and out: flat red on screen 0, flat blue on screen 1, converted
+# on the device; the output's centre at times 0 and 2 keeps each input's Y'CbCr.
+python3 - "$work" <<'EOF'
+import sys
+for name, yuv in (('red', (81, 90, 240)), ('blue', (41, 240, 110))):
+    with open(f'{sys.argv[1]}/{name}.y4m', 'wb') as f:
+        f.write(b'YUV4MPEG2 W64 H48 F25:1 Ip C420jpeg\n')
+        for _ in range(2):
+            f.write(b'FRAME\n' + bytes([yuv[0]]) * 64 * 48 + bytes([yuv[1]]) * 32 * 24 + bytes([yuv[2]]) * 32 * 24)
+EOF
+expect 0 "wrote 2 frames" -- "$render" --size 64x48 --frames 2 --stream "0=y4m:$work/red.y4m" \
+  --stream "1=y4m:$work/blue.y4m" --video "$work/out.y4m" --video-format y4m444 "$a" "$b"
+python3 - "$work/out.y4m" <<'EOF' || failures=$((failures + 1))
+import sys
+d = open(sys.argv[1], 'rb').read()
+start, n, centre = d.index(b'\n') + 1, 64 * 48, 24 * 64 + 32
+for k, want in enumerate(((81, 90, 240), (41, 240, 110))):
+    at = start + k * (6 + 3 * n) + 6
+    got = [d[at + p * n + centre] for p in range(3)]
+    if any(abs(g - w) > 3 for g, w in zip(got, want)):
+        sys.exit(f'FAIL: y4m round trip frame {k}: {got}, wanted {want}')
+EOF
+printf 'not a stream\n' >"$work/bad.y4m"
+expect 1 "bad.y4m: not a YUV4MPEG2 stream" -- "$render" --stream "0=y4m:$work/bad.y4m" --out "$work/o" "$a"
+
 if [ "$failures" -eq 0 ]; then echo "so3d-render command line: all checks passed"; fi
 exit "$failures"
