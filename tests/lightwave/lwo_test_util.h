@@ -21,16 +21,15 @@ using namespace so3d::fixtures;
 using Body = std::function<void(IffBytes&)>;
 
 // Writes `bytes` to a scratch file and loads it.
-inline LwoFilePtr LoadBytes(std::string_view bytes) {
+inline LwoFilePtr LoadBytes(std::string_view bytes, read_failure* failure = nullptr) {
   TempDir dir;
-  return LwoFilePtr(so_lwo_load(dir.Write("object.lwo", bytes).c_str()));
+  return LwoFilePtr(so_lwo_load(dir.Write("object.lwo", bytes).c_str(), failure));
 }
 
 // Why loading `bytes` failed; a load that succeeds reads as kind none.
 inline read_failure LoadFailure(std::string_view bytes) {
-  TempDir dir;
   read_failure failure;
-  so_lwo_release(so_lwo_load(dir.Write("object.lwo", bytes).c_str(), &failure));
+  LoadBytes(bytes, &failure);
   return failure;
 }
 

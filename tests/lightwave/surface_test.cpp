@@ -186,12 +186,9 @@ TEST(LightWaveEnvelope, KeysInTimeOrderWithSpanParametersByShape) {
   EXPECT_TRUE(keys[2]->value == 11.0f && keys[2]->bias == 0.3f && keys[2]->param[0] == 0.0f);
   EXPECT_TRUE(keys[3]->tension == 0.5f && keys[3]->continuity == 0.0f);
   // A span before any key, or a key past the declared size, fails.
-  for (const std::string& bad : {ChunkFile("ENVL",
-                                           [&](IffBytes& b) {
-                                             span(b.index(1), "TCB ", {0, 0, 0});
-                                           }),
-                                 ChunkFile(
-                                     "ENVL", [&](IffBytes& b) { key(b.index(1), 0, 0); }, 12)})
+  const Body span_first = [&](IffBytes& b) { span(b.index(1), "TCB ", {0, 0, 0}); };
+  const Body one_key = [&](IffBytes& b) { key(b.index(1), 0, 0); };
+  for (const std::string& bad : {ChunkFile("ENVL", span_first), ChunkFile("ENVL", one_key, 12)})
     EXPECT_EQ(Why(bad), std::pair(read_error::bad_chunk_size, zFourCC("ENVL")));
 }
 
