@@ -42,13 +42,15 @@ bool ToSize(const char* text, unsigned& w, unsigned& h) {
   return true;
 }
 
+// RRGGBB or RRGGBBAA, as A8R8G8B8.
 bool ToColour(const char* text, std::uint32_t& out) {
   if (*text == '#') ++text;
-  if (std::strlen(text) != 6) return false;
+  const std::size_t length = std::strlen(text);
+  if (length != 6 && length != 8) return false;
   char* end = nullptr;
   const unsigned long v = std::strtoul(text, &end, 16);
   if (*end) return false;
-  out = 0xFF000000u | std::uint32_t(v);
+  out = length == 6 ? 0xFF000000u | std::uint32_t(v) : std::uint32_t(v >> 8) | std::uint32_t(v & 0xFF) << 24;
   return true;
 }
 
@@ -84,7 +86,9 @@ const char* Usage() {
          "  --rate N            frames per second in the video header (25)\n"
          "  --sheet FILE        also write a contact sheet of all frames\n"
          "  --columns N         frames per row of the contact sheet (5)\n"
-         "  --background RRGGBB clear colour (000000)\n"
+         "  --background RRGGBB[AA]  clear colour (000000); with alpha below FF the PNG and raw\n"
+         "                      outputs keep the frame's alpha, straight (colour not multiplied by\n"
+         "                      it), to key the transition over other video (y4m has no alpha)\n"
          "  --content DIR       content folder for object and image names (Objects/, Images/ under it)\n"
          "  --faithful          read scene files as a host with no load options does (no later\n"
          "                      revisions, no scene or content folder lookups)\n"
@@ -165,7 +169,7 @@ bool ParseOptions(int argc, const char* const* argv, RenderOptions& o, std::stri
       if (!ToInt(v, 1, 1000, o.columns)) return error = "bad --columns: " + std::string(v), false;
     } else if (arg == "--background") {
       if (!value(v)) return false;
-      if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB): " + std::string(v), false;
+      if (!ToColour(v, o.background)) return error = "bad --background (RRGGBB or RRGGBBAA): " + std::string(v), false;
     } else if (arg == "--stream") {
       if (!value(v)) return false;
       o.streams.push_back(v);

@@ -18,6 +18,7 @@
 #include "scene/so_load_options.h"
 #include "scene/so_scene.h"
 #include "textures/so_d3d_texture_manager.h"
+#include "tools/frame_alpha.h"
 #include "tools/frame_writer.h"
 #include "tools/png_output.h"
 #include "tools/render_options.h"
@@ -183,7 +184,10 @@ int Run(const RenderOptions& o) {
     }
   }
   GlesDevice* raw_device = nullptr;
-  if (FAILED(GlesDevice::Create({o.width, o.height}, &raw_device, &why))) {
+  // The frame's alpha is the pictures' coverage, so that it can be kept.
+  so3d::gles::DeviceOptions device_options{o.width, o.height};
+  device_options.alpha_over = true;
+  if (FAILED(GlesDevice::Create(device_options, &raw_device, &why))) {
     std::fprintf(stderr, "so3d-render: no OpenGL ES 3 device: %s\n", why.c_str());
     return 1;
   }
@@ -271,6 +275,10 @@ int Run(const RenderOptions& o) {
   // Encoding runs beside the render loop; one core stays with the loop.
   so3d::tools::FrameWriter writer(o.width, o.height, std::max(1u, std::thread::hardware_concurrency() - 1));
   so3d::tools::Progress progress(o.frames);
+  // A see-through background keeps the frame's alpha; the frame is composed
+  // premultiplied, so the clear colour is too.
+  const bool keep_alpha = (o.background >> 24) != 0xFF;
+  const D3DCOLOR clear = so3d::tools::Premultiplied(o.background);
   int rendered = 0;
   for (int i = 0;; ++i) {
     // Past the transition's frames, --after decides; streams end a hold or loop.
@@ -293,7 +301,7 @@ int Run(const RenderOptions& o) {
       textures->SetTexture(n + 1, n, s.texture.get(), soTextureManager::so_alpha_opaque, std::int32_t(s.width),
                            std::int32_t(s.height), 1.0f, 1.0f);
     }
-    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, o.background, 1.0f, 0);
+    device->Clear(0, nullptr, D3DCLEAR_TARGET | D3DCLEAR_ZBUFFER, clear, 1.0f, 0);
     device->BeginScene();
     renderer.Draw(drawn, table, screen_count, t, transition_duration, 0, nullptr, 0, nullptr);
     device->EndScene();
@@ -302,8 +310,7 @@ int Run(const RenderOptions& o) {
       std::fprintf(stderr, "so3d-render: reading frame %d back failed: %s\n", i, device->LastError().c_str());
       return 1;
     }
-    // Blending leaves partial alpha behind; a picture file shows the colours as they are.
-    for (std::size_t p = 3; p < frame.size(); p += 4) frame[p] = 0xFF;
+    so3d::tools::StraightenAlpha(frame, keep_alpha);
     if (!o.sheet.empty() && so3d::tools::ContactSheet::Shows(i, o.frames) && !sheet.Add(frame))
       std::fprintf(stderr, "so3d-render: contact sheet skips frame %d (out of memory)\n", i);
     if (!o.video.empty() && !video.Write(frame.data())) {

@@ -31,9 +31,10 @@ void GlStateCache::Capability(GLenum cap, bool on) {
   ++counts_.state;
 }
 
-void GlStateCache::BlendFunc(GLenum src, GLenum dst) {
-  if (!blend_.Change({src, dst})) return;
-  glBlendFunc(src, dst);
+void GlStateCache::BlendFunc(GLenum src, GLenum dst, GLenum src_alpha, GLenum dst_alpha) {
+  if (!src_alpha) src_alpha = src, dst_alpha = dst;
+  if (!blend_.Change({src, dst, src_alpha, dst_alpha})) return;
+  glBlendFuncSeparate(src, dst, src_alpha, dst_alpha);
   ++counts_.state;
 }
 

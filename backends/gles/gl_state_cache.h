@@ -48,7 +48,8 @@ class GlStateCache {
 
   // GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE, GL_DITHER or GL_SCISSOR_TEST.
   void Capability(GLenum cap, bool on);
-  void BlendFunc(GLenum src, GLenum dst);
+  // Colour factors, then alpha factors (the colour ones when not given).
+  void BlendFunc(GLenum src, GLenum dst, GLenum src_alpha = 0, GLenum dst_alpha = 0);
   void DepthFunc(GLenum func);
   void DepthMask(bool on);
   void ColorMask(bool on);
@@ -117,7 +118,7 @@ class GlStateCache {
   void ActiveUnit(std::size_t unit);
 
   std::array<Cached<bool>, capability_count> capabilities_;
-  Cached<std::array<GLenum, 2>> blend_;
+  Cached<std::array<GLenum, 4>> blend_;
   Cached<GLenum> depth_func_, cull_face_, front_face_;
   Cached<bool> depth_mask_, color_mask_;
   Cached<Rect> viewport_, scissor_;

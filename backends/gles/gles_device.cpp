@@ -83,6 +83,7 @@ HRESULT GlesDevice::Create(const DeviceOptions& options, GlesDevice** out, std::
     return D3DERR_INVALIDCALL;
   }
   std::unique_ptr<GlesDevice> device(new (std::nothrow) GlesDevice(runtime, options.width, options.height));
+  if (device) device->alpha_over_ = options.alpha_over;
   if (!device) return E_OUTOFMEMORY;
   if (const HRESULT hr = device->build(why); FAILED(hr)) return hr;
   // A host gets its thread back as it had it.
@@ -377,7 +378,14 @@ void GlesDevice::apply_fixed_state() {
   GlStateCache& cache = runtime_->cache;
   const auto& r = state_.render;
   cache.Capability(GL_BLEND, r[D3DRS_ALPHABLENDENABLE] != 0);
-  if (r[D3DRS_ALPHABLENDENABLE]) cache.BlendFunc(BlendFactor(r[D3DRS_SRCBLEND]), BlendFactor(r[D3DRS_DESTBLEND]));
+  if (r[D3DRS_ALPHABLENDENABLE]) {
+    const GLenum src = BlendFactor(r[D3DRS_SRCBLEND]), dst = BlendFactor(r[D3DRS_DESTBLEND]);
+    if (alpha_over_) {
+      cache.BlendFunc(src, dst, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    } else {
+      cache.BlendFunc(src, dst);
+    }
+  }
   const bool depth = r[D3DRS_ZENABLE] != 0;
   cache.Capability(GL_DEPTH_TEST, depth);
   if (depth) {

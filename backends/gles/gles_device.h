@@ -61,6 +61,12 @@ struct DeviceOptions {
   // display the device finds one of its own, headless.
   EGLDisplay display = EGL_NO_DISPLAY;
   EGLContext share_context = EGL_NO_CONTEXT;
+  // Blended draws compose the frame's alpha as "over" (source alpha plus
+  // what it leaves of the destination's) instead of blending it like the
+  // colour: the frame's alpha is then the pictures' coverage and its colour
+  // premultiplied by it, ready for keying over other video. The colour is
+  // drawn the same either way.
+  bool alpha_over = false;
 };
 
 class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
@@ -176,6 +182,7 @@ class GlesDevice final : public backend::RefCounted<IDirect3DDevice9> {
   DeviceState state_;
   std::uint32_t dirty_ = dirty_all;
   bool in_scene_ = false;
+  bool alpha_over_ = false;
   FfpProgram program_;
   GLuint framebuffer_ = 0;
   GLuint colour_ = 0, depth_ = 0;  // renderbuffers

@@ -94,5 +94,12 @@ EOF
 printf 'not a stream\n' >"$work/bad.y4m"
 expect 1 "bad.y4m: not a YUV4MPEG2 stream" -- "$render" --stream "0=y4m:$work/bad.y4m" --out "$work/o" "$a"
 
+# Over a transparent clear the raw output keeps alpha: mid-transition the
+# corners are see-through, the centre opaque.
+pixels=$("$render" --size 64x48 --frames 3 --background 00000000 --video - --video-format rgba "$a" "$b" 2>/dev/null |
+  tail -c $((2 * 64 * 48 * 4)) | head -c $((64 * 48 * 4)) | od -An -tu1 -v | xargs -n4 | sed -n '2p;1569p' | xargs)
+[ "$pixels" = "0 0 0 0 220 220 220 255" ] || { echo "FAIL: alpha over a clear background: $pixels"; failures=$((failures + 1)); }
+expect 2 "bad --background" -- "$render" --background 12345 "$a"
+
 if [ "$failures" -eq 0 ]; then echo "so3d-render command line: all checks passed"; fi
 exit "$failures"
