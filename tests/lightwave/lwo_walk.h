@@ -27,8 +27,7 @@ struct WalkedObject {
   long long fan_triangles = 0;    // (corners - 2) over polygons of 3 corners or more
   std::vector<std::string> tags;  // TAGS, or SRFS
   std::vector<std::string> surf_names;
-  std::size_t clips_and_envelopes = 0;  // older form: RIMG, TIMG after a texture, 3 per TVEL
-  std::size_t surfaces = 0;             // SURF chunks, then one per unknown tag polygons use
+  std::size_t surfaces = 0;  // SURF chunks, then one per unknown tag polygons use
 };
 
 inline WalkedObject WalkObject(const std::string& s) {
@@ -76,16 +75,6 @@ inline WalkedObject WalkObject(const std::string& s) {
       }
     } else if (id == "SURF") {
       e.surf_names.push_back(s.c_str() + data);
-      bool texture = false;
-      for (std::size_t p = data + padded(e.surf_names.back()); e.older && p + 6 <= data + size;) {
-        const std::string sub = s.substr(p, 4);
-        texture |= sub.substr(1) == "TEX";
-        e.clips_and_envelopes += (sub == "RIMG" || (texture && sub == "TIMG")) + (texture && sub == "TVEL" ? 3 : 0);
-        const std::size_t sub_size = be(p + 4, 2);
-        p += 6 + sub_size + (sub_size & 1);
-      }
-    } else if (id == "CLIP" || id == "ENVL") {
-      ++e.clips_and_envelopes;
     }
     at = data + size + (size & 1);
   }

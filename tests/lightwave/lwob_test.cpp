@@ -78,75 +78,28 @@ TEST(LightWaveOlder, FixedPointByteAndFlagAttributes) {
   EXPECT_EQ(t.sidedness, 1);
 }
 
-TEST(LightWaveOlder, TexturesComeFromTheirTextAndTakeTheSubchunksAfterThem) {
-  const LwoFilePtr file = LoadSurfaces({{
-      U2("TFLG", 0x7E),
-      Str("TIMG", "early.png"),  // no texture yet: ignored, no clip
-      Str("CTEX", "Cylindrical Image Map"),
-      U2("TFLG", 0x64),
-      F4("TSIZ", {2, 3, 4}),
-      Str("TIMG", "a.png"),
-      Str("DTEX", "Fractal Noise"),
-      U2("TFLG", 0x7A),
-      Str("LTEX", "Spherical Image Map"),
-      Str("STEX", "Cubic Image Map"),
-      Str("RTEX", "Front Projection Image Map"),
-      Str("TTEX", "Planar Cylindrical Image Map"),
-      Str("BTEX", "Image Map"),
-  }});
-  ASSERT_NE(file, nullptr);
-  const so_lwo_surface& s = *file->surfaces[0];
-  const so_lwo_texture& image = s.color.textures.at(0);
-  EXPECT_TRUE(image.axis == 2 && image.image_map.pixel_blending == 1 && image.image_map.antialias_flags == 1);
-  EXPECT_TRUE(image.negative == 0 && image.placement.coordinate_system == 0);
-  EXPECT_EQ(image.placement.size.value[1], 3.0f);
-  EXPECT_TRUE(image.image_map.clip_index == 1 && file->clip_count == 1);
-  const so_lwo_texture& noise = s.diffuse.textures.at(0);
-  EXPECT_EQ(noise.procedural.function_name, "Fractal Noise");
-  EXPECT_TRUE(noise.procedural.axis == 1 && noise.negative == 1 && noise.placement.coordinate_system == 1);
-  // Projection: the first of Planar, Cylindrical, Spherical, Cubic, Front
-  // that the text holds.
-  std::vector<std::int32_t> projections;
-  for (const so_lwo_texture* t : {&image, &s.luminosity.textures.at(0), &s.specular.textures.at(0),
-                                  &s.reflection.textures.at(0), &s.transparency.textures.at(0), &s.bump.textures.at(0)})
-    projections.push_back(t->image_map.projection);
-  EXPECT_EQ(projections, (std::vector<std::int32_t>{1, 2, 3, 4, 0, 0}));
-}
-
-TEST(LightWaveOlder, ClipsEnvelopesAndShadersAreMadeInFileOrder) {
+TEST(LightWaveOlder, TexturesComeFromTheirTextAndClipsEnvelopesAndShadersFromTheirSubchunks) {
   const LwoFilePtr file = LoadSurfaces(
-      {{U2("RFLT", 1), Str("RIMG", "sky.jpg"), Str("CTEX", "Planar Image Map"), Str("TIMG", "frames/shot (sequence)"),
-        F4("TCTR", {2, 0, -1}), F4("TVEL", {1, 0, 0.5f}), Str("SHDR", "Glow"),
-        Sub("SDAT", [](IffBytes& d) { d.u4(0x01020304); }), Sub("SHDR", [](IffBytes& d) { d.raw("Edge"); })},
-       {Str("CTEX", "Planar Image Map"), Str("TIMG", "x(sequence).iff"), F4("TVEL", {0, 0, 0})}});
+      {{U2("TFLG", 0x7E), Str("TIMG", "early.png"),  // no texture yet: ignored, no clip
+        U2("RFLT", 1), Str("RIMG", "sky.jpg"), Str("CTEX", "Cylindrical Image Map"), U2("TFLG", 0x64),
+        F4("TSIZ", {2, 3, 4}), Str("TIMG", "frames/shot (sequence)"), F4("TCTR", {2, 0, -1}), F4("TVEL", {1, 0, 0.5f}),
+        Str("DTEX", "Fractal Noise"), Str("LTEX", "Spherical Image Map"), Str("BTEX", "Image Map"),
+        Str("TIMG", "x(sequence).iff"), Str("SHDR", "Glow"), Sub("SDAT", [](IffBytes& d) { d.u4(0x01020304); }),
+        Sub("SHDR", [](IffBytes& d) { d.raw("Edge"); })},
+       {Str("CTEX", "Planar Image Map"), Str("TIMG", "b.png"), F4("TVEL", {0, 0, 0})}});
   ASSERT_NE(file, nullptr);
   const so_lwo_surface& s = *file->surfaces[0];
-  ASSERT_EQ(file->clip_count, 3);
-  EXPECT_TRUE(s.reflection.image == 1 && s.reflection.options == 3);
-  const so_lwo_clip& still = *file->clips[0];
-  EXPECT_TRUE(still.index == 1 && still.kind == so_lwo_clip_still && still.file_name == "sky.jpg");
-  const so_lwo_clip& sequence = *file->clips[1];
-  EXPECT_TRUE(sequence.index == 2 && sequence.kind == so_lwo_clip_sequence && sequence.digits == 3);
-  EXPECT_EQ(sequence.prefix, "frames/shot");
-  EXPECT_TRUE(s.color.textures[0].image_map.clip_index == 2 &&
-              file->clips[2]->prefix == "");  // ended by the byte before the marker
-
-  // Velocity (1, 0, 0.5) from centre (2, 0, -1): three linear envelopes
-  // over one second at 30 frames a second.
-  EXPECT_TRUE(s.color.textures[0].placement.center.envelope == 1 &&
-              file->surfaces[1]->color.textures[0].placement.center.envelope == 4);
-  ASSERT_EQ(file->envelope_count, 6);
-  const float starts[] = {2.0f, 0.0f, -1.0f}, ends[] = {32.0f, 0.0f, 14.0f};
-  for (std::size_t i = 0; i < 3; ++i) {
-    const so_envelope& e = *file->envelopes[i];
-    EXPECT_TRUE(e.index == int(i) + 1 && e.type == 0x0301 + int(i) && e.pre == 5 && e.post == 5);
-    ASSERT_EQ(e.key_count, 2);
-    EXPECT_TRUE(e.keys->time == 0.0f && e.keys->value == starts[i] && e.keys->shape == so_shape_line);
-    EXPECT_TRUE(e.keys->next->time == 1.0f && e.keys->next->value == ends[i] && e.keys->next->shape == so_shape_line);
-  }
-  ASSERT_EQ(s.shader_count, 2);
-  EXPECT_TRUE(s.shaders[0].name == "Glow" && s.shaders[0].data == (std::vector<std::uint8_t>{1, 2, 3, 4}));
-  EXPECT_EQ(s.shaders[1].name, "Edge");
+  // Each image names a clip in file order, the unused second SURF's too; a
+  // name with the marker is a sequence of frames.
+  ASSERT_EQ(file->clip_count, 4);
+  EXPECT_TRUE(s.reflection.image == 1 && s.color.textures.at(0).image_map.clip_index == 2);
+  EXPECT_EQ(s.bump.textures.at(0).image_map.clip_index, 3);
+  std::vector<std::string> names;
+  for (const auto& clip : file->clips) names.push_back(clip->kind == so_lwo_clip_still ? clip->file_name : "seq");
+  EXPECT_EQ(names, (std::vector<std::string>{"sky.jpg", "seq", "seq", "b.png"}));
+  EXPECT_TRUE(s.diffuse.textures.at(0).kind == so_lwo_kind_procedural && s.luminosity.textures.size() == 1);
+  // Three envelopes per velocity; two shaders.
+  EXPECT_TRUE(file->envelope_count == 6 && s.shader_count == 2);
 }
 
 TEST(LightWaveOlder, PolygonsOfMoreThan1023Corners) {
