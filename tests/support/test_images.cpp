@@ -2,15 +2,14 @@
 
 #include <gif_lib.h>
 #include <tiffio.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <map>
-#include <sstream>
+
+#include "tests/support/temp_dir.h"
 
 #define STB_IMAGE_WRITE_STATIC
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -114,11 +113,9 @@ std::string EncodeGif(const TestImage& image) {
 }
 
 std::string EncodeTiff(const TestImage& image) {
-  char path[] = "/tmp/so3d-tiff-XXXXXX";
-  const int fd = mkstemp(path);
-  if (fd < 0) return {};
-  close(fd);
-  TIFF* tiff = TIFFOpen(path, "w");
+  const TempDir dir;
+  const std::string path = dir.Write("picture.tif", "");
+  TIFF* tiff = TIFFOpen(path.c_str(), "w");
   const std::uint16_t extra = EXTRASAMPLE_UNASSALPHA;
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, std::uint32_t(image.width));
   TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, std::uint32_t(image.height));
@@ -133,10 +130,7 @@ std::string EncodeTiff(const TestImage& image) {
                       std::uint32_t(y));
   TIFFClose(tiff);
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  std::remove(path);
-  return bytes.str();
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 void FixPngChecksum(std::string& png, std::size_t chunk_at) {

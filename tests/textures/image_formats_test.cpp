@@ -75,8 +75,9 @@ TEST(ImageDecoding, DeclaredSizesBeyondTheLimitsOrTheDataAreRefusedBeforeDecodin
   std::string huge_png = EncodePng(picture);
   for (int at : {16, 20}) huge_png.replace(std::size_t(at), 4, bytes_of({0, 0, 0x40, 0}));  // 16384 × 16384
   FixPngChecksum(huge_png, 8);
-  std::string tall_bmp = EncodeBmp(picture);
+  std::string tall_bmp = EncodeBmp(picture), huge_bmp = tall_bmp;
   tall_bmp[22] = 9;  // more rows than the file holds
+  for (int at : {18, 22}) huge_bmp.replace(std::size_t(at), 4, bytes_of({0xA0, 0x86, 1, 0}));  // 100000 × 100000
   // Run-length Targa: 9992 × 1798 pixels declared in 30 bytes.
   const std::string tga_claim = bytes_of(
       {0, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x08, 0x27, 0x06, 0x07, 32, 8, 0xFF, 1, 2, 3, 4, 0xFF, 1, 2, 3, 4, 0, 0});
@@ -88,10 +89,10 @@ TEST(ImageDecoding, DeclaredSizesBeyondTheLimitsOrTheDataAreRefusedBeforeDecodin
   const std::string hdr = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 9999 +X 9999\n\x02\x02";
 
   const std::pair<std::string, image::Status> cases[] = {
-      {huge_png, image::Status::too_large},      {tall_bmp, image::Status::not_an_image},
-      {tga_claim, image::Status::not_an_image},  {gif_claim, image::Status::not_an_image},
-      {jpeg_table, image::Status::not_an_image}, {hdr, image::Status::not_an_image},
-      {"", image::Status::not_an_image}};
+      {huge_png, image::Status::too_large},     {huge_bmp, image::Status::too_large},
+      {tall_bmp, image::Status::not_an_image},  {tga_claim, image::Status::not_an_image},
+      {gif_claim, image::Status::not_an_image}, {jpeg_table, image::Status::not_an_image},
+      {hdr, image::Status::not_an_image},       {"", image::Status::not_an_image}};
   for (const auto& [bytes, status] : cases) {
     image::Picture out;
     EXPECT_EQ(decode(bytes, out), status) << bytes.size() << " bytes";

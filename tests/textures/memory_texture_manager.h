@@ -1,7 +1,6 @@
 #pragma once
 // A texture manager whose device textures live in memory, rows padded past
-// their width so that copies must honour the pitch. It logs the device calls
-// and can be told to refuse creation or locking.
+// their width so that copies must honour the pitch. It logs the device calls.
 #include <array>
 #include <map>
 #include <memory>
@@ -21,7 +20,6 @@ class MemoryTextureManager : public soTextureManager {
   };
   std::map<std::int32_t, Texture> textures;
   std::vector<std::string> calls;  // e.g. "create 7", "lock 7", "unlock 7", "delete 7"
-  bool refuse_create = false, refuse_lock = false;
 
   using soTextureManager::get_texture_entry;
   using soTextureManager::make_bitmap;
@@ -43,13 +41,13 @@ class MemoryTextureManager : public soTextureManager {
  protected:
   bool create_new_texture(std::int32_t width, std::int32_t height, std::int32_t id) override {
     calls.push_back("create " + std::to_string(id));
-    if (refuse_create || width != 256 || height != 256) return false;
+    if (width != 256 || height != 256) return false;
     textures[id] = Texture{width * 4 + 48, std::vector<std::uint8_t>(std::size_t(width * 4 + 48) * height, fill)};
     return true;
   }
   void* lock_bits_for(std::int32_t id, std::int32_t* pitch) override {
     calls.push_back("lock " + std::to_string(id));
-    if (refuse_lock || !textures.count(id)) return nullptr;
+    if (!textures.count(id)) return nullptr;
     *pitch = textures[id].pitch;
     return textures[id].bytes.data();
   }
