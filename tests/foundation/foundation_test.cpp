@@ -1,5 +1,5 @@
-// Strings, file streams, records, locks, reference counting and
-// boot order.
+// File streams, records, locks, reference counting and boot order. String
+// comparison is met wherever surface names are matched.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -10,16 +10,10 @@
 #include "platform/foundation/z_critical.h"
 #include "platform/foundation/z_file_stream.h"
 #include "platform/foundation/z_record.h"
-#include "platform/foundation/z_string.h"
 #include "platform/foundation/z_types.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
-
-TEST(zString, NullIsEmptyAndComparisonIsBytewise) {
-  EXPECT_FALSE(zString("One") == zString("one"));
-  EXPECT_STREQ(zString(static_cast<const char*>(nullptr)).CString(), "");
-}
 
 TEST(zFileStream, ReadsWholeFilesAndReportsFailures) {
   so3d::test::TempDir dir;

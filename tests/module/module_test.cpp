@@ -1,8 +1,6 @@
 // Module start-up, and the settings records carry onto evaluated objects.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "base/so_records.h"
 #include "module/so_module.h"
 #include "platform/foundation/z_boot.h"
@@ -29,7 +27,7 @@ TEST(Records, ScreenMatchPrefersSlotThenFirstOfScreen) {
   EXPECT_TRUE(!so_match_screen(table, 0, {0, 0, 0, 5, 1}) && !so_match_screen(nullptr, 4, {0, 0, 0, 5, 1}));
 }
 
-TEST(Settings, EachVariableChangesOnlyItsFields) {
+TEST(Settings, EachVariableChangesOnlyItsFieldsAndWrongKindsAreNeutral) {
   so_vectors v = evaluated();
   so_apply_settings(v, nullptr);
   const zRecord empty;
@@ -46,15 +44,14 @@ TEST(Settings, EachVariableChangesOnlyItsFields) {
   so_apply_settings(v, &r);
   // The rotation point adds to pitch, then heading.
   expect_same(v, {{1.5f, 1, 3}, {0.35f, 0.7f, 0.3f}, {4, 2, 8}, 0.4f, {2, 2, -3}, {11, 2, 3, 9}});
-}
 
-TEST(Settings, WrongKindsFallBackToNeutralDefaults) {
-  zRecord r;
-  r.SetInt32(so_id_scale, 3);         // not a point: scale stays
-  r.SetInt32(so_id_trans, 0);         // numbers convert: fully transparent
-  r.SetFloat(so_id_crop_rect, 2.0f);  // present but not a rect: adds the empty rect
-  so_vectors v = evaluated();
-  so_apply_settings(v, &r);
+  // Wrong kinds fall back to neutral defaults.
+  zRecord wrong;
+  wrong.SetInt32(so_id_scale, 3);         // not a point: scale stays
+  wrong.SetInt32(so_id_trans, 0);         // numbers convert: fully transparent
+  wrong.SetFloat(so_id_crop_rect, 2.0f);  // present but not a rect: adds the empty rect
+  v = evaluated();
+  so_apply_settings(v, &wrong);
   expect_same(v, {{1, 2, 3}, {0.1f, 0.2f, 0.3f}, {2, 4, 8}, 0, {-1, -2, -3}, {1, 2, 3, 4}});
 }
 
