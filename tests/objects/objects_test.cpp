@@ -67,7 +67,7 @@ so_vectors at(float x, float y) {
   return v;
 }
 
-TEST(soObject, BuildsAlignedInterleavedVerticesAndRebuildsWithoutLeaking) {
+TEST(soObject, InterleavedBlocksAreAlignedRebuiltWithoutLeakingAndNeverOverrun) {
   TestObject object;
   so_surface& s = object.AddSurface("One", kQuad);
   s.normal_count = 3;  // the fourth vertex gets a zero normal
@@ -78,6 +78,19 @@ TEST(soObject, BuildsAlignedInterleavedVerticesAndRebuildsWithoutLeaking) {
   object.create_interleaved_surface(&s);  // the first block must be freed
   EXPECT_TRUE(reinterpret_cast<std::uintptr_t>(s.interleaved) % 32 == 0u && s.interleaved[0].position.x == -5.0f);
   object.create_interleaved_surface(nullptr);
+
+  generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
+  const so_uv* first = s.texcoords->uv;
+  generate_texture_coordinates(s, 1, -1, 0, 0, 0, 0, 0, 0);
+  EXPECT_EQ(s.texcoords->uv, first);  // same size: reused
+  // Eight vertices where the coordinate array and the block hold four;
+  // AddressSanitizer reports any write past either.
+  ASSERT_TRUE(so_surface_allocate_geometry(s, 8));
+  for (int i = 0; i < 8; ++i) s.vertices[i] = {float(i), float(i), 0};
+  s.vertex_count = 8;
+  generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
+  EXPECT_EQ(so_interleaved_capacity(s), 4);
+  EXPECT_TRUE(std::fabs(s.texcoords->uv[7].u - 1) < 1e-6f && std::fabs(s.interleaved[3].uv0.u - 3.0f / 7) < 1e-6f);
 }
 
 TEST(soObject, UpdatesCoordinatesOnlyWhenCropOrScaleChanges) {
@@ -140,45 +153,25 @@ TEST(GenerateTextureCoordinates, OnlyScreenAndImageSurfacesFlippedAndCroppedPerE
   ExpectCoords(image, {{0, 0.8f}, {0, 0.1f}, {1, 0.1f}, {1, 0.8f}});
 }
 
-TEST(GenerateTextureCoordinates, GrowsTheArrayButNeverWritesPastTheInterleavedBlock) {
-  TestObject object;
-  so_surface& s = object.AddSurface("One", kQuad);
-  object.create_interleaved_surface(&s);
-  generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
-  const so_uv* first = s.texcoords->uv;
-  generate_texture_coordinates(s, 1, -1, 0, 0, 0, 0, 0, 0);
-  EXPECT_EQ(s.texcoords->uv, first);  // same size: reused
-
-  // Eight vertices where the array and the block hold four; AddressSanitizer
-  // reports any write past either.
-  ASSERT_TRUE(so_surface_allocate_geometry(s, 8));
-  for (int i = 0; i < 8; ++i) s.vertices[i] = {float(i), float(i), 0};
-  s.vertex_count = 8;
-  generate_texture_coordinates(s, 1, 1, 0, 0, 0, 0, 0, 0);
-  EXPECT_EQ(so_interleaved_capacity(s), 4);
-  EXPECT_TRUE(std::fabs(s.texcoords->uv[7].u - 1) < 1e-6f && std::fabs(s.interleaved[3].uv0.u - 3.0f / 7) < 1e-6f);
-}
-
 TEST(soOverlayObject, MakesAFrameQuadInEitherWinding) {
   soOverlayObject left("left"), right("right");
   left.CreateSurface(720, 480, so_handedness_left);
   right.CreateSurface(720, 480, so_handedness_right);
   ASSERT_TRUE(left.SurfaceCount() == 1 && right.SurfaceCount() == 1);
-  const so_surface& s = *left.SurfaceAt(0);
-  ASSERT_TRUE(so_surface_has_name(s, "One") && s.vertex_count == 6);
+  const so_surface &s = *left.SurfaceAt(0), &r = *right.SurfaceAt(0);
+  ASSERT_TRUE(so_surface_has_name(s, "One") && s.vertex_count == 6 && r.vertex_count == 6);
   const UV corners[] = {{-3.6f, -2.4f}, {-3.6f, 2.4f}, {3.6f, 2.4f}, {-3.6f, -2.4f}, {3.6f, 2.4f}, {3.6f, -2.4f}};
+  ExpectCoords(s, {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}});
   for (int i = 0; i < 6; ++i) {
     EXPECT_FLOAT_EQ(s.vertices[i].x, corners[i].u) << "vertex " << i;
     EXPECT_FLOAT_EQ(s.vertices[i].y, corners[i].v) << "vertex " << i;
-    EXPECT_EQ(s.interleaved[i].normal.z, -1.0f);
+    // Right-handed, each triangle runs the other way and faces +z.
+    const int j = i / 3 * 3 + 2 - i % 3;
+    EXPECT_TRUE(r.vertices[j].x == s.vertices[i].x && r.vertices[j].y == s.vertices[i].y &&
+                r.texcoords->uv[j].u == s.texcoords->uv[i].u && r.texcoords->uv[j].v == s.texcoords->uv[i].v)
+        << "vertex " << i;
+    EXPECT_TRUE(s.interleaved[i].normal.z == -1 && r.interleaved[j].normal.z == 1) << "vertex " << i;
   }
-  ExpectCoords(s, {{0, 1}, {0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}});
-  // Right-handed, each triangle runs the other way and faces +z.
-  const so_surface& r = *right.SurfaceAt(0);
-  EXPECT_TRUE(r.vertex_count == 6 && r.interleaved[5].normal.z == 1.0f);
-  EXPECT_FLOAT_EQ(r.vertices[0].x, 3.6f);
-  EXPECT_FLOAT_EQ(r.vertices[5].y, -2.4f);
-  EXPECT_TRUE(r.texcoords->uv[0].u == 1 && r.texcoords->uv[5].v == 1);
 
   // Surfaces accumulate and the box follows the last. Destroyed through the
   // base, as the registry does; AddressSanitizer checks every block goes.
