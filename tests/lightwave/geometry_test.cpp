@@ -65,6 +65,8 @@ TEST(LightWaveGeometry, TagsBindSurfacesAndUnknownTagsGetOneDefaultEach) {
       .tags({""})                      // later tag values count from here
       .ptag("SURF", {{3, 0}})
       .ptag("SMGP", {{1, 4}})
+      .polygons({{0, 1, 2}, {1, 2, 3}})
+      .ptag("SURF", {{1, 0}})  // polygons count from the latest POLS
       .surface("Other")
       .surface("Known")
       .surface("Known");
@@ -74,7 +76,7 @@ TEST(LightWaveGeometry, TagsBindSurfacesAndUnknownTagsGetOneDefaultEach) {
   EXPECT_TRUE(file->surfaces[3]->name == "Missing" && file->surfaces[3]->glossiness.value == 0.4f);  // defaults
   std::vector<std::int32_t> surfaces;
   for (const so_lwo_polygon& p : file->layers[0]->polygons) surfaces.push_back(p.surface);
-  EXPECT_EQ(surfaces, (std::vector<std::int32_t>{1, 3, 3, 4}));  // the first "Known"; one default, shared
+  EXPECT_EQ(surfaces, (std::vector<std::int32_t>{1, 3, 3, 4, 1, 4}));  // the first "Known"; one default, shared
   EXPECT_EQ(file->layers[0]->polygons[1].smoothing_group, 6);
 
   // No TAGS at all: one unnamed surface for every layer.
