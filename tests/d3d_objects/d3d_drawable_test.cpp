@@ -15,6 +15,7 @@
 #include "render/so_d3d_drawable_object.h"
 #include "scene/so_object_settings.h"
 #include "tests/support/recording_device.h"
+#include "tests/textures/memory_texture_manager.h"
 #include "textures/so_d3d_texture_manager.h"
 
 namespace {
@@ -77,8 +78,7 @@ class FakeDecor : public soXIDrawingFunctions, public soXIOGLDrawingFunctions {
 class DrawableTest : public ::testing::Test {
  protected:
   RecordingDevice device;
-  std::unique_ptr<soD3DTextureManager, void (*)(soD3DTextureManager*)> textures{
-      new soD3DTextureManager(&device), [](soD3DTextureManager* m) { m->Release(); }};
+  std::unique_ptr<soD3DTextureManager, ReleaseManager> textures{new soD3DTextureManager(&device)};
   int deleted = 0;
   SurfaceObject* object = new SurfaceObject(deleted);
   std::unique_ptr<soD3DDrawableObject> drawable = std::make_unique<soD3DDrawableObject>(object, textures.get());

@@ -2,7 +2,6 @@
 // antialiasing mask, and device changes.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -11,6 +10,7 @@
 #include "tests/support/recording_device.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/test_images.h"
+#include "tests/textures/memory_texture_manager.h"
 #include "textures/so_d3d_texture_manager.h"
 
 namespace {
@@ -33,9 +33,6 @@ so_surface_ptr Surface(const char* name, std::int32_t texture_id = 0) {
 }
 so_object_data Object(std::int32_t slot, std::int32_t screen) { return so_object_data{0, 0, 0, slot, screen}; }
 
-struct ReleaseManager {
-  void operator()(soD3DTextureManager* manager) const { manager->Release(); }
-};
 using ManagerPtr = std::unique_ptr<soD3DTextureManager, ReleaseManager>;
 
 class D3DTextureTest : public ::testing::Test {
