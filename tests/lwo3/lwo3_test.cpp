@@ -59,21 +59,17 @@ TEST(Lwo3, LoadsLikeItsLwo2TwinOnlyWithTheModernReading) {
   EXPECT_EQ(std::vector<float>(a.bounds, a.bounds + 6), std::vector<float>(b.bounds, b.bounds + 6));
   for (std::size_t i = 0; i < a.polygons.size(); ++i) EXPECT_EQ(a.polygons[i].surface, b.polygons[i].surface);
 
+  // What drawing takes from the surface and clip; placement, projection and
+  // map name are read past, and the chunk after them must still land.
   ASSERT_EQ(three->surfaces.size(), 1u);
   const so_lwo_surface& s = *three->surfaces[0];
   EXPECT_EQ(s.name, "Skin");
   EXPECT_EQ(std::vector<float>(s.color.rgb, s.color.rgb + 3), (std::vector<float>{0.5f, 0.25f, 1}));
   EXPECT_FLOAT_EQ(s.smoothing_angle, 1.2f);
   ASSERT_EQ(s.color.textures.size(), 1u);
-  const so_lwo_texture& t = s.color.textures[0];
-  EXPECT_EQ(t.kind, so_lwo_kind_image_map);
-  EXPECT_EQ(t.image_map.clip_index, 1);
-  EXPECT_EQ(t.image_map.projection, 5);
-  EXPECT_EQ(t.image_map.uv_map_name, "uv");
-  EXPECT_FLOAT_EQ(t.placement.size.value[2], 4);
+  EXPECT_TRUE(s.color.textures[0].kind == so_lwo_kind_image_map && s.color.textures[0].image_map.clip_index == 1);
   ASSERT_EQ(three->clips.size(), 1u);
-  EXPECT_EQ(three->clips[0]->index, 1);
-  EXPECT_EQ(three->clips[0]->file_name, "images/wood.png");
+  EXPECT_TRUE(three->clips[0]->index == 1 && three->clips[0]->file_name == "images/wood.png");
 }
 
 TEST(Lwo3, EveryCutFailsAndNestingPastItsParentIsABadSize) {
