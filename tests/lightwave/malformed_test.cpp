@@ -25,6 +25,14 @@ TEST(LightWaveMalformed, EveryTruncationFailsAndOnlyTheWholeFileLoads) {
       k.sub("TMAP", [](IffBytes& t) { t.sub("SIZE", [](IffBytes& d) { d.f4(1).f4(1).f4(1).index(0); }); });
       k.sub("IMAG", [](IffBytes& d) { d.index(1); });
     });
+    b.sub("BLOK", [](IffBytes& k) {
+      k.sub("PROC", [](IffBytes& h) { h.str("\x81").sub("CHAN", [](IffBytes& c) { c.id("DIFF"); }); });
+      k.sub("FUNC", [](IffBytes& d) { d.str("Noise").raw("\x01\x02"); });
+    });
+    b.sub("BLOK", [](IffBytes& k) {
+      k.sub("GRAD", [](IffBytes& h) { h.str("\x82").sub("CHAN", [](IffBytes& c) { c.id("BUMP"); }); });
+      k.sub("FKEY", [](IffBytes& d) { d.f4(0).f4(1).f4(1).f4(1).f4(1); });
+    });
   });
   w.layer(2, "two", 1).points({{0, 0, 1}, {1, 0, 1}, {1, 1, 1}}).polygons({{0, 1, 2}});
   ExpectOnlyWholeFilesLoad(w.bytes(), w.chunk_ends());

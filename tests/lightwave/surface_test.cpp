@@ -1,6 +1,7 @@
-// SURF, CLIP and ENVL chunks: the attributes, texture layers and clip sources
-// that objects are drawn with, and the sizes every sub-chunk must keep to.
-// Fields that nothing draws or reports are only read past.
+// SURF, CLIP and ENVL chunks: the attributes and clip sources that objects
+// are drawn with, and the sizes every sub-chunk must keep to. Fields that
+// nothing draws or reports are only read past; the order of texture layers is
+// checked through the image an object's colour layer picks.
 #include <gtest/gtest.h>
 
 #include "tests/lightwave/lwo_test_util.h"
@@ -20,17 +21,6 @@ LwoFilePtr WithChunk(std::string_view id, const Body& body, std::optional<std::u
 const so_lwo_surface* OneSurface(LwoFilePtr& holder, const Body& body) {
   holder = LoadBytes(LwoWriter().surface("Skin", body).bytes());
   return holder && holder->surfaces.size() == 1 ? holder->surfaces[0].get() : nullptr;
-}
-
-// A BLOK with a texture layer header (ordinal, channel) and attributes.
-Body TextureBlock(std::string_view kind, std::string_view ordinal, std::string_view channel,
-                  const Body& attributes = {}) {
-  return [=](IffBytes& b) {
-    b.sub("BLOK", [&](IffBytes& k) {
-      k.sub(kind, [&](IffBytes& h) { h.str(ordinal).sub("CHAN", [&](IffBytes& c) { c.id(channel); }); });
-      if (attributes) attributes(k);
-    });
-  };
 }
 
 TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn) {
@@ -58,37 +48,6 @@ TEST(LightWaveSurface, SubchunksReadWithinTheirSizesAndTheChunkMayOverrunItsOwn)
       "SURF", [](IffBytes& b) { b.str("Over").str("").sub("DIFF", [](IffBytes& d) { d.f4(0.25f).index(0); }); }, 16);
   ASSERT_NE(file, nullptr);
   EXPECT_TRUE(file->surfaces[0]->diffuse.value == 0.25f && file->layers[0]->points.size() == 1u);
-}
-
-TEST(LightWaveSurface, LayersOfEachKindSortByUnsignedOrdinalKeepingFileOrder) {
-  const auto layer = [](std::string_view ordinal, std::uint32_t clip) {
-    return TextureBlock("IMAP", ordinal, "COLR", [clip](IffBytes& k) {
-      k.sub("TMAP", [](IffBytes& t) { t.sub("CNTR", [](IffBytes& d) { d.f4(1).f4(2).f4(3).index(0); }); });
-      k.sub("IMAG", [clip](IffBytes& d) { d.index(clip); });
-    });
-  };
-  LwoFilePtr file;
-  const so_lwo_surface* s = OneSurface(file, [&](IffBytes& b) {
-    for (const Body& block : {layer("\x80", 1), layer("\x70", 2), layer("\x80", 3), layer("", 4),
-                              TextureBlock("PROC", "\x01", "XXXX"),  // no such channel: dropped
-                              layer("\x70", 5)})
-      block(b);
-    TextureBlock("PROC", "\x80", "DIFF", [](IffBytes& k) {
-      k.sub("VALU", [](IffBytes& d) { d.f4(0.5f); });  // one value of three
-      k.sub("FUNC", [](IffBytes& d) { d.str("Noise").raw("\x01\x02"); });
-    })(b);
-    TextureBlock("GRAD", "\x81", "BUMP", [](IffBytes& k) {
-      k.sub("FKEY", [](IffBytes& d) {
-        for (int i = 0; i < 10; ++i) d.f4(static_cast<float>(i));
-      });
-    })(b);
-  });
-  ASSERT_NE(s, nullptr);
-  std::vector<int> order;
-  for (const so_lwo_texture& t : s->color.textures) order.push_back(t.image_map.clip_index);
-  EXPECT_EQ(order, (std::vector<int>{4, 2, 5, 1, 3}));
-  EXPECT_TRUE(s->diffuse.textures.at(0).kind == so_lwo_kind_procedural &&
-              s->bump.textures.at(0).kind == so_lwo_kind_gradient);
 }
 
 TEST(LightWaveClip, SourcesAndSubchunksThatMustEndExactlyAtTheChunkSize) {

@@ -133,9 +133,10 @@ TEST_F(LightWaveObject, TheFirstColourLayerChoosesTheImage) {
   w.tags({"Sorted", "Procedural", "Twice", "Missing", "One"}).layer(0).points(kPoints);
   w.polygons({{0, 1, 2}, {0, 2, 3}, {4, 5, 6}, {4, 6, 7}, {0, 1, 2, 3}});
   w.ptag("SURF", {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}});
-  Surface(w, {.name = "Sorted", .blocks = {{"\x90", 5}, {"\x70", 3}}});  // ordinal "\x70" first
+  // Layers sort by ordinal, bytes compared unsigned, equal ones in file order.
+  Surface(w, {.name = "Sorted", .blocks = {{"\x90", 5}, {"\x70", 3}, {"\x70", 5}}});
   Surface(w, {.name = "Procedural", .blocks = {{"\x80", 0}, {"\x81", 3}, {"\x70", 3, "DIFF"}}});
-  Surface(w, {.name = "Twice", .blocks = {{"\x80", 5}}});
+  Surface(w, {.name = "Twice", .blocks = {{"\x80", 3}, {"", 5}}});  // an empty ordinal first
   Surface(w, {.name = "Missing", .blocks = {{"\x80", 9}}});
   Surface(w, {.name = "One"});
   for (const auto& [index, kind, name] : {std::tuple{3u, "STIL", "three.png"},
