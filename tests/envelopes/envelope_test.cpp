@@ -60,7 +60,7 @@ float later(void* item, so_channel_value_fn f, std::int32_t ch, float t, float d
 
 }  // namespace
 
-TEST(EnvelopeEval, SpansAndEndBehaviours) {
+TEST(EnvelopeEval, SpansEndBehavioursAndTheirCycles) {
   EXPECT_EQ(evaluate_envelope(nullptr, 1), 0.0f);
   so_envelope single;
   fill(single, {key_at(1, 7, so_shape_line)});  // behaviours are not consulted
@@ -91,16 +91,15 @@ TEST(EnvelopeEval, SpansAndEndBehaviours) {
   EXPECT_EQ(evaluate_envelope(&step, 1.9f), 3.0f);
   fill(unknown, {key_at(0, 0, zFourCC("XXXX")), key_at(2, 10, zFourCC("XXXX"))}, 0, 4);
   EXPECT_TRUE(evaluate_envelope(&unknown, 1) == 0.0f && evaluate_envelope(&unknown, 3) == 10.0f);  // only the offset
-}
 
-TEST(EnvelopeEval, WrapTimeKeepsLowerBoundInQuotient) {
+  // Cycles count from the lower bound, which stays in the quotient.
   using so3d::envelope::wrap_time;
   EXPECT_TRUE(wrap_time(4, 1, 3).time == 1.0f && wrap_time(4, 1, 3).cycle == 2);  // lo is not taken off before dividing
   EXPECT_EQ(wrap_time(7, 2, 2).time, 2.0f);
   EXPECT_EQ(wrap_time(3e38f, 0, 1e-6f).cycle, std::numeric_limits<std::int32_t>::max());  // saturates
 }
 
-TEST(EnvelopeEval, Bez2SpanFollowsTheCubic) {
+TEST(EnvelopeEval, Bez2SpanFollowsTheCubicWhereFloatsAllow) {
   const so_envelope_key k1 = key_at(2.5f, 4, so_shape_bez2, -0.8f, 1);
   so_envelope env, mixed;
   fill(env, {key_at(0.5f, 1, so_shape_bez2, 0, 0, 0.5f, 2), k1});
@@ -110,19 +109,18 @@ TEST(EnvelopeEval, Bez2SpanFollowsTheCubic) {
   fill(mixed, {key_at(0.5f, 1, so_shape_herm, 0, 3, 0.5f, 2), k1});
   const double xm[4] = {0.5, 0.5 + 2.0 / 3, 1.7, 2.5}, ym[4] = {1, 2, 5, 4};
   EXPECT_NEAR(evaluate_envelope(&mixed, 1.3f), reference_bezier(1.3, xm, ym), 2e-3);
-}
 
-TEST(EnvelopeEval, Bez2BisectionStopsWhereFloatsAreTooCoarse) {
-  // A 200000 s straight span: near its middle one step of s moves x by about
-  // 0.01 s, so some times have no s within 0.0001 and only the bound stops.
+  // The bisection stops where floats are too coarse. A 200000 s straight
+  // span: near its middle one step of s moves x by about 0.01 s, so some
+  // times have no s within 0.0001 and only the bound stops.
   const float third = 200000.0f / 3;
-  so_envelope env;
-  fill(env, {key_at(0, 0, so_shape_bez2, 0, 0, third, 1.0f / 3), key_at(200000, 1, so_shape_bez2, -third, -1.0f / 3)});
-  const auto x = so3d::envelope::make_bezier_cubic(0, third, 2 * third, 200000);
+  so_envelope wide;
+  fill(wide, {key_at(0, 0, so_shape_bez2, 0, 0, third, 1.0f / 3), key_at(200000, 1, so_shape_bez2, -third, -1.0f / 3)});
+  const auto cubic = so3d::envelope::make_bezier_cubic(0, third, 2 * third, 200000);
   int unreachable = 0;
   for (float t = 100000.0f; t < 100001.0f; t += 0.01f) {
-    if (std::fabs(t - x.at(so3d::envelope::span_parameter(x, t))) > 0.0001f) ++unreachable;
-    EXPECT_NEAR(evaluate_envelope(&env, t), t / 200000.0f, 1e-5);
+    if (std::fabs(t - cubic.at(so3d::envelope::span_parameter(cubic, t))) > 0.0001f) ++unreachable;
+    EXPECT_NEAR(evaluate_envelope(&wide, t), t / 200000.0f, 1e-5);
   }
   EXPECT_GT(unreachable, 0);
 }

@@ -46,7 +46,7 @@ auto Where(const so3d::read_failure& f) { return std::tuple(f.kind, f.line, f.of
 
 }  // namespace
 
-TEST(SceneFile, MissingFileKeepsTheFactoryStateAndReportsTheStream) {
+TEST(SceneFile, MissingFilesReportTheStreamAndItemlessLinesChangeNothing) {
   Loaded s;
   EXPECT_EQ(s.scene->Load((s.dir.Path() / "none.lws").c_str(), so_handedness_left), zFileStream::kErrNotFound);
   EXPECT_TRUE(s.scene->IsLoaded() && s.scene->LightCount() == 1u);
@@ -55,6 +55,16 @@ TEST(SceneFile, MissingFileKeepsTheFactoryStateAndReportsTheStream) {
   const std::string too_long(soLightWaveScene::max_path_length + 1, 'x');
   EXPECT_NE(s.scene->Load(too_long.c_str(), so_handedness_left), 0);
   EXPECT_EQ(s.scene->ReadFailure().kind, so3d::read_error::cannot_open);
+
+  // Lines that need an item, read without one, change nothing.
+  Loaded t;
+  SceneWriter w;
+  w.Line("ShowObject 7 1").Line("LightType 1").Line("Channel 0").Line("Envelope").Line("Key 5 0 0");
+  w.Line("PivotPosition 1 1 1").Line("TargetItem 0");
+  w.Object("no_such_object.lwo", 1).Channel(0, {{9, 0}});  // unresolvable: no item, lines ignored
+  ASSERT_EQ(t.Load(w.Text()), 0);
+  EXPECT_TRUE(t.scene->ObjectCount() == 0u && t.scene->LightCount() == 0u && !t.scene->CameraHasTarget());
+  EXPECT_FLOAT_EQ(t.Camera(0).pos.z, -10);
 }
 
 TEST(SceneFile, CameraLightsAndAmbient) {
@@ -118,17 +128,6 @@ TEST(SceneFile, ReadingStopsAtAZeroByteOrAnOverlongLine) {
       CameraXOf(head + key + std::string(longest - key.size() + 1, ' ') + "\nKey 3 0 0\n");
   EXPECT_FLOAT_EQ(before_long, 1);
   EXPECT_EQ(Where(too_long), std::tuple(read_error::line_too_long, next, head.size() + longest));
-}
-
-TEST(SceneFile, LinesThatNeedAnItemWithoutOneChangeNothing) {
-  Loaded s;
-  SceneWriter w;
-  w.Line("ShowObject 7 1").Line("LightType 1").Line("Channel 0").Line("Envelope").Line("Key 5 0 0");
-  w.Line("PivotPosition 1 1 1").Line("TargetItem 0");
-  w.Object("no_such_object.lwo", 1).Channel(0, {{9, 0}});  // unresolvable: no item, lines ignored
-  ASSERT_EQ(s.Load(w.Text()), 0);
-  EXPECT_TRUE(s.scene->ObjectCount() == 0u && s.scene->LightCount() == 0u && !s.scene->CameraHasTarget());
-  EXPECT_FLOAT_EQ(s.Camera(0).pos.z, -10);
 }
 
 TEST(SceneFile, ObjectsGetTheirItemsScreensAndKeys) {

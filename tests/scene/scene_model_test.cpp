@@ -28,7 +28,7 @@ class SceneModel : public ::testing::Test {
   }
 };
 
-TEST_F(SceneModel, FactoryStateHasCameraAmbientAndOneDistantLight) {
+TEST_F(SceneModel, FactoryStateThenObjectsAddedEvaluatedSortedAndReleased) {
   EXPECT_FALSE(scene->IsLoaded());
   so_vectors cam{};
   EXPECT_TRUE(scene->CameraVectors(37.0f, false, &cam) == 0 && cam.pos.z == -10.0f);  // one key: every time
@@ -40,9 +40,7 @@ TEST_F(SceneModel, FactoryStateHasCameraAmbientAndOneDistantLight) {
   EXPECT_TRUE(scene->LightVectors(0, 1.0f, false, &light, &data) == 0 && data.type == so_light_distant);
   data.intensity = 42;
   EXPECT_TRUE(scene->LightVectors(1, 1.0f, false, &light, &data) == -1 && data.intensity == 42);
-}
 
-TEST_F(SceneModel, ObjectsAreAddedEvaluatedSortedAndReleased) {
   so_vectors v = At(7, 7, 7);
   so_object_data d{1, 2, 3, 4, 5};
   EXPECT_EQ(scene->EvaluateObject(0, 0, false, &v, &d, nullptr), -1);
