@@ -60,10 +60,6 @@ TEST(LightWaveClip, SourcesAndSubchunksThatMustEndExactlyAtTheChunkSize) {
   ASSERT_NE(file, nullptr);
   const so_lwo_clip& c = *file->clips[0];
   EXPECT_TRUE(c.index == 3 && c.kind == so_lwo_clip_still && c.file_name == "a.png");
-  file = WithChunk("CLIP", [](IffBytes& b) {
-    b.u4(1).sub("ISEQ", [](IffBytes& d) { d.u1(3).u1(1).u2(0xFFFE).u2(1).u2(30).str("frame").str(".png"); });
-  });
-  EXPECT_TRUE(file && file->clips[0]->kind == so_lwo_clip_sequence);
 
   const Body body = [](IffBytes& b) {
     b.u4(1).sub("STIL", [](IffBytes& d) { d.str("a.png"); });
