@@ -28,20 +28,24 @@ bool Numbers(std::string text, std::vector<double>& out) {
   return true;
 }
 
-struct Key {
-  const char* name;
-  std::size_t count;
-};
-constexpr Key keys[] = {{"position", 2}, {"rotation", 2}, {"scale", 2}, {"pivot", 2},
-                        {"opacity", 1},  {"crop", 4},     {"build", 4}, {"border", 1}};
-
 }  // namespace
+
+const std::array<SettingKey, 8> setting_keys = {{
+    {"position", 2, "x, y in world units; the frame plane is 7.2 x 4.8, +x right, +y up"},
+    {"rotation", 2, "pitch, heading in degrees"},
+    {"scale", 2, "x, y factors"},
+    {"pivot", 2, "rotation offset x, y in world units"},
+    {"opacity", 1, "0 (invisible) to 1"},
+    {"crop", 4, "left, top, right, bottom in pixels, added to the object's crop"},
+    {"build", 4, "the build in/out rectangle, as the library reads it"},
+    {"border", 1, "border decor id (drawn only by hosts that supply decors)"},
+}};
 
 bool ScreenSettings::Set(int screen, const std::string& key, const std::string& values, std::string& error) {
   if (screen < 0 || screen >= settings_screens)
     return error = "screen " + std::to_string(screen) + " is not 0 to 5", false;
-  const Key* known = nullptr;
-  for (const Key& k : keys)
+  const SettingKey* known = nullptr;
+  for (const SettingKey& k : setting_keys)
     if (key == k.name) known = &k;
   if (!known) return error = "unknown setting '" + key + "'", false;
   std::vector<double> v;

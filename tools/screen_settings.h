@@ -1,6 +1,7 @@
 #pragma once
-// Per-screen settings for so3d-render: a small text file and --set options,
-// turned into the settings records the library reads.
+// Per-screen settings for so3d's own hosts (so3d-render's file and --set
+// options, the GStreamer element's pad properties), turned into the settings
+// records the library reads.
 //
 //   # one block per screen; a setting applies to the screen named above it
 //   screen 1
@@ -20,6 +21,14 @@
 namespace so3d::tools {
 
 inline constexpr int settings_screens = 6;
+
+// The settings, how many numbers each takes, and what they mean.
+struct SettingKey {
+  const char* name;
+  std::size_t count;
+  const char* meaning;
+};
+extern const std::array<SettingKey, 8> setting_keys;
 
 struct ScreenSettings {
   std::array<zRecord, settings_screens> records;
