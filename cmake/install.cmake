@@ -54,5 +54,5 @@ set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 # GPU), and the EGL and GLES headers that the device's header needs, since
 # the package also carries the development files.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "libc6, libstdc++6, libgcc-s1, libpng16-16, libturbojpeg0, libgif7, libtiff6, libegl1, libgles2, libegl-mesa0, libgl1-mesa-dri, libegl-dev, libgles-dev")
+    "libc6, libstdc++6, libgcc-s1, libpng16-16, libturbojpeg0, libgif7, libtiff6, libegl1, libgles2, libegl-mesa0, libgl1-mesa-dri, libegl-dev, libgles-dev, libgstreamer1.0-0, libgstreamer-plugins-base1.0-0")
 include(CPack)

@@ -33,7 +33,8 @@ DEPENDS = {
     "examples": ["module", "backends/gles", "fixtures"],
     "bench": ["module", "backends/null", "backends/gles", "fixtures"],
     "fuzz": ["module", "backends/null", "fixtures"],
-    "tests": ["module", "backends/null", "backends/recording", "backends/gles", "fixtures"],
+    "plugins": ["module", "backends/gles", "tools"],
+    "tests": ["module", "backends/null", "backends/recording", "backends/gles", "fixtures", "plugins"],
 }
 SOURCE = re.compile(r"\.(h|hpp|cpp|cc)$")
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)

@@ -5,7 +5,8 @@
 set -euo pipefail
 packages=(cmake g++ ninja-build pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev libstb-dev
           libpng-dev libturbojpeg0-dev libgif-dev libtiff-dev
-          libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri "$@")
+          libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
+          libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-tools "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

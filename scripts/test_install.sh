@@ -65,13 +65,17 @@ dpkg-deb -x "$deb" "$work/root"
 "$work/root/usr/bin/so3d-render" --frames 2 --out "$work/out-deb" \
   "$work/root/usr/share/so3d/effects/demo/flat.lws" "$work/root/usr/share/so3d/effects/demo/card.lws" >/dev/null
 test -s "$work/out-deb/frame_0001.png"
-say "$(basename "$deb") holds the library, headers, tools and demo; its so3d-render renders the demo"
+plugin=$(grep -o '\./usr/lib/.*gstreamer-1.0/libgstso3d.so' <<<"$contents" || true)
+[ -n "$plugin" ] || { echo "install: $deb lacks the GStreamer plugin"; exit 1; }
+GST_PLUGIN_PATH=$(dirname "$work/root/$plugin") GST_REGISTRY=$work/registry.bin gst-inspect-1.0 so3dtransition >/dev/null
+say "$(basename "$deb") holds the library, headers, tools, demo and GStreamer plugin; its so3d-render renders the demo"
 
 if [ "${CI:-}" = true ] && [ "$(id -u)" -eq 0 ]; then
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$deb" >/dev/null
   so3d-render --frames 2 --out "$work/out-apt" /usr/share/so3d/effects/demo/flat.lws \
     /usr/share/so3d/effects/demo/card.lws >/dev/null
   test -s "$work/out-apt/frame_0001.png"
-  say "apt-get installed $(basename "$deb"); /usr/bin/so3d-render renders the demo"
+  GST_REGISTRY=$work/registry-apt.bin gst-inspect-1.0 so3dtransition >/dev/null
+  say "apt-get installed $(basename "$deb"); /usr/bin/so3d-render renders the demo, GStreamer finds so3dtransition"
   DEBIAN_FRONTEND=noninteractive apt-get remove -y -qq so3d >/dev/null
 fi
