@@ -31,6 +31,7 @@ struct State {
   so3d::gst::EffectFiles opened;
   std::vector<so3d::gst::ScreenPicture> pictures;
   std::vector<zRecord> records;
+  std::uint64_t settings_version = 0;
 };
 
 enum {
@@ -59,7 +60,12 @@ struct _So3dTransition {
   State* state;
 };
 
-G_DEFINE_TYPE(So3dTransition, so3d_transition, GST_TYPE_VIDEO_AGGREGATOR)
+static void so3d_transition_child_proxy_init(gpointer iface, gpointer data);
+
+// A child proxy over the pads, so that pad properties can be set as
+// "sink_1::opacity=0.5" on the element, as gst-launch and the compositor do.
+G_DEFINE_TYPE_WITH_CODE(So3dTransition, so3d_transition, GST_TYPE_VIDEO_AGGREGATOR,
+                        G_IMPLEMENT_INTERFACE(GST_TYPE_CHILD_PROXY, so3d_transition_child_proxy_init))
 
 namespace {
 
@@ -203,6 +209,7 @@ so3d::gst::PixelFormat pixel_format(GstVideoFormat format) {
 void gather_pictures(GstVideoAggregator* aggregator, State& s) {
   s.pictures.clear();
   s.records.resize(so3d::gst::TransitionRenderer::screen_count);
+  s.settings_version = 0;
   GST_OBJECT_LOCK(aggregator);
   for (GList* l = GST_ELEMENT(aggregator)->sinkpads; l; l = l->next) {
     auto* pad = GST_VIDEO_AGGREGATOR_PAD(l->data);
@@ -210,6 +217,7 @@ void gather_pictures(GstVideoAggregator* aggregator, State& s) {
     if (!frame) continue;
     So3dPadState& p = so3d_pad_state(SO3D_TRANSITION_PAD(pad));
     const std::lock_guard<std::mutex> lock(p.mutex);
+    s.settings_version += p.changes;
     int screen = p.screen;
     if (screen < 0) screen = int(std::strtol(GST_PAD_NAME(pad) + 5, nullptr, 10));  // "sink_N"
     if (screen < 0 || screen >= so3d::gst::TransitionRenderer::screen_count) continue;
@@ -272,16 +280,46 @@ GstFlowReturn aggregate_frames(GstVideoAggregator* aggregator, GstBuffer* out) {
   gather_pictures(aggregator, s);
   GstVideoFrame frame;
   if (!gst_video_frame_map(&frame, &info, out, GST_MAP_WRITE)) return GST_FLOW_ERROR;
-  const bool drawn =
-      s.renderer.Draw(s.pictures, float(position), static_cast<std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
-                      std::size_t(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)),
-                      GST_VIDEO_FRAME_FORMAT(&frame) == GST_VIDEO_FORMAT_RGBA, why);
+  const bool drawn = s.renderer.Draw(s.pictures, s.settings_version, float(position),
+                                     static_cast<std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
+                                     std::size_t(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)),
+                                     GST_VIDEO_FRAME_FORMAT(&frame) == GST_VIDEO_FORMAT_RGBA, why);
   gst_video_frame_unmap(&frame);
   if (!drawn) {
     GST_ELEMENT_ERROR(self, STREAM, FAILED, ("%s", why.c_str()), (nullptr));
     return GST_FLOW_ERROR;
   }
   return GST_FLOW_OK;
+}
+
+GObject* child_by_name(GstChildProxy* proxy, const gchar* name) {
+  return G_OBJECT(gst_element_get_static_pad(GST_ELEMENT(proxy), name));
+}
+
+GObject* child_by_index(GstChildProxy* proxy, guint index) {
+  GST_OBJECT_LOCK(proxy);
+  gpointer pad = g_list_nth_data(GST_ELEMENT(proxy)->sinkpads, index);
+  if (pad) gst_object_ref(pad);
+  GST_OBJECT_UNLOCK(proxy);
+  return G_OBJECT(pad);
+}
+
+guint children_count(GstChildProxy* proxy) {
+  GST_OBJECT_LOCK(proxy);
+  const guint count = GST_ELEMENT(proxy)->numsinkpads;
+  GST_OBJECT_UNLOCK(proxy);
+  return count;
+}
+
+GstPad* request_new_pad(GstElement* element, GstPadTemplate* templ, const gchar* name, const GstCaps* caps) {
+  GstPad* pad = GST_ELEMENT_CLASS(so3d_transition_parent_class)->request_new_pad(element, templ, name, caps);
+  if (pad) gst_child_proxy_child_added(GST_CHILD_PROXY(element), G_OBJECT(pad), GST_OBJECT_NAME(pad));
+  return pad;
+}
+
+void release_pad(GstElement* element, GstPad* pad) {
+  gst_child_proxy_child_removed(GST_CHILD_PROXY(element), G_OBJECT(pad), GST_OBJECT_NAME(pad));
+  GST_ELEMENT_CLASS(so3d_transition_parent_class)->release_pad(element, pad);
 }
 
 void finalize(GObject* object) {
@@ -328,6 +366,8 @@ static void so3d_transition_class_init(So3dTransitionClass* klass) {
                                  G_CALLBACK(start_transition), nullptr, nullptr, nullptr, G_TYPE_NONE, 0);
 
   GstElementClass* element = GST_ELEMENT_CLASS(klass);
+  element->request_new_pad = request_new_pad;
+  element->release_pad = release_pad;
   gst_element_class_add_static_pad_template_with_gtype(element, &sink_template, SO3D_TYPE_TRANSITION_PAD);
   gst_element_class_add_static_pad_template_with_gtype(element, &src_template, GST_TYPE_AGGREGATOR_PAD);
   gst_element_class_set_static_metadata(
@@ -345,6 +385,13 @@ static void so3d_transition_class_init(So3dTransitionClass* klass) {
 }
 
 static void so3d_transition_init(So3dTransition* self) { self->state = new State; }
+
+static void so3d_transition_child_proxy_init(gpointer iface, gpointer) {
+  auto* proxy = static_cast<GstChildProxyInterface*>(iface);
+  proxy->get_child_by_name = child_by_name;
+  proxy->get_child_by_index = child_by_index;
+  proxy->get_children_count = children_count;
+}
 
 gboolean so3d_transition_register(GstPlugin* plugin) {
   static const bool booted = (zBoot::BootAll(), true);

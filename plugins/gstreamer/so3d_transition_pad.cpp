@@ -38,6 +38,7 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
     return;
   }
   s.texts[key] = text ? text : "";
+  ++s.changes;
 }
 
 void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {

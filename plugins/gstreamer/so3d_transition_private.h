@@ -13,6 +13,7 @@ struct So3dPadState {
   int screen = -1;                       // -1: the number in the pad's name
   so3d::tools::ScreenSettings settings;  // in records[0]; given[0] once any is set
   std::array<std::string, so3d::tools::setting_keys.size()> texts;
+  std::uint64_t changes = 0;  // settings set so far: a transition is made again when it moves
 };
 
 So3dPadState& so3d_pad_state(So3dTransitionPad* pad);

@@ -25,7 +25,8 @@ TransitionRenderer::~TransitionRenderer() { Close(); }
 void TransitionRenderer::Close() {
   if (objects_) objects_->D3DTextureManager().UnbindAll();
   drawn_ = nullptr;
-  scenes_.clear();
+  composite_.reset();
+  scene_.reset(), a_.reset(), b_.reset();
   renderer_.reset();
   objects_.reset();
   screens_.clear();
@@ -40,7 +41,7 @@ std::unique_ptr<soScene> TransitionRenderer::load(const std::string& path, std::
   so_load_report report;
   so_load_options options;
   options.modern_files = true;
-  options.content_dir = content_dir_;
+  options.content_dir = files_.content_dir;
   options.report = &report;
   scene->SetLoadOptions(&options);
   if (scene->Load(path.c_str(), objects_->ObjectHandedness()) != 0) {
@@ -68,36 +69,45 @@ bool TransitionRenderer::Open(const EffectFiles& files, unsigned width, unsigned
     return false;
   }
   width_ = width, height_ = height;
-  content_dir_ = files.content_dir;
+  files_ = files;
+  given_.fill(false);
+  settings_version_ = 0;
   objects_ = std::make_unique<soD3DObjectManager>(device_);
   renderer_ = std::make_unique<soD3DSceneRenderer>(device_);
   renderer_->Initalize(std::int32_t(width), std::int32_t(height));
   renderer_->UpdateProjectionSize(std::int32_t(width), std::int32_t(height));
   for (int n = 0; n < screen_count; ++n) screens_.push_back(std::make_unique<Screen>());
-
-  for (const std::string* path : {&files.scene, &files.a, &files.b, &files.carrier}) {
-    if (path->empty()) continue;
-    scenes_.push_back(load(*path, why, warnings));
-    if (!scenes_.back()) {
-      Close();
-      return false;
-    }
-  }
-  drawn_ = scenes_[0].get();
-  if (pair) {
-    so_screen_data table[screen_count];
-    for (int n = 0; n < screen_count; ++n) table[n] = {n, n + 1, nullptr, 0};
-    soScene* a = scenes_[0].get();
-    soScene* b = scenes_[1].get();
-    if (files.carrier.empty()) {
-      scenes_.emplace_back(soScene::Factory(objects_->TextureManager(), *objects_));
-      scenes_.back()->Interpolate(a, table, screen_count, 0, b, table, screen_count, 0);
-    } else {
-      scenes_.back()->AddSubScene(a, table, so_subscene_max_screens, 0, b, table, so_subscene_max_screens, 0);
-    }
-    drawn_ = scenes_.back().get();
+  const bool loaded = single ? (scene_ = load(files.scene, why, warnings)) != nullptr
+                             : (a_ = load(files.a, why, warnings)) && (b_ = load(files.b, why, warnings));
+  if (!loaded || !compose(why, &warnings)) {
+    Close();
+    return false;
   }
   device_->ReleaseContext();
+  return true;
+}
+
+bool TransitionRenderer::compose(std::string& why, std::vector<std::string>* warnings) {
+  so_screen_data table[screen_count];
+  for (int n = 0; n < screen_count; ++n)
+    table[n] = {n, n + 1, given_[std::size_t(n)] ? &records_[std::size_t(n)] : nullptr, 0};
+  drawn_ = nullptr;
+  composite_.reset();
+  if (scene_) {
+    drawn_ = scene_.get();
+    return true;
+  }
+  std::vector<std::string> unused;  // a carrier made again says nothing new
+  if (files_.carrier.empty()) {
+    composite_.reset(soScene::Factory(objects_->TextureManager(), *objects_));
+    if (!composite_ || composite_->Interpolate(a_.get(), table, screen_count, 0, b_.get(), table, screen_count, 0) != 0)
+      return why = "the transition could not be made (out of memory)", false;
+  } else {
+    composite_ = load(files_.carrier, why, warnings ? *warnings : unused);
+    if (!composite_) return false;
+    composite_->AddSubScene(a_.get(), table, so_subscene_max_screens, 0, b_.get(), table, so_subscene_max_screens, 0);
+  }
+  drawn_ = composite_.get();
   return true;
 }
 
@@ -139,19 +149,26 @@ bool TransitionRenderer::refill(Screen& screen, const ScreenPicture& p, std::str
   return true;
 }
 
-bool TransitionRenderer::Draw(const std::vector<ScreenPicture>& pictures, float position, std::uint8_t* out,
-                              std::size_t pitch, bool rgba_out, std::string& why) {
+bool TransitionRenderer::Draw(const std::vector<ScreenPicture>& pictures, std::uint64_t settings_version,
+                              float position, std::uint8_t* out, std::size_t pitch, bool rgba_out, std::string& why) {
   if (!device_) return why = "the effect is not open", false;
-  so_screen_data table[screen_count];
-  for (int n = 0; n < screen_count; ++n) table[n] = {n, n + 1, nullptr, 0};
   bool drawn = true;
-  for (const ScreenPicture& p : pictures) {
-    if (p.screen < 0 || p.screen >= screen_count) continue;
-    if (!refill(*screens_[std::size_t(p.screen)], p, why)) {
-      drawn = false;
-      break;
+  if (settings_version != settings_version_) {
+    given_.fill(false);
+    for (const ScreenPicture& p : pictures) {
+      if (p.screen < 0 || p.screen >= screen_count || !p.settings) continue;
+      records_[std::size_t(p.screen)] = *p.settings;
+      given_[std::size_t(p.screen)] = true;
     }
-    table[p.screen].record = p.settings;
+    settings_version_ = settings_version;
+    drawn = compose(why);
+  }
+  so_screen_data table[screen_count];
+  for (int n = 0; n < screen_count; ++n)
+    table[n] = {n, n + 1, given_[std::size_t(n)] ? &records_[std::size_t(n)] : nullptr, 0};
+  for (const ScreenPicture& p : pictures) {
+    if (!drawn) break;
+    if (p.screen >= 0 && p.screen < screen_count) drawn = refill(*screens_[std::size_t(p.screen)], p, why);
   }
   if (drawn) {
     soD3DTextureManager& textures = objects_->D3DTextureManager();

@@ -62,9 +62,11 @@ class TransitionRenderer {
 
   // Draws the effect at `position` (0 to 2) with the screens given (a screen
   // not given keeps its last picture, black at first) into `out`, rows
-  // `pitch` bytes apart, B, G, R, A or R, G, B, A. False with a reason.
-  bool Draw(const std::vector<ScreenPicture>& screens, float position, std::uint8_t* out, std::size_t pitch,
-            bool rgba_out, std::string& why);
+  // `pitch` bytes apart, B, G, R, A or R, G, B, A. `settings_version`
+  // changes whenever any screen's settings did: a transition takes them in
+  // when it is made, so it is made again. False with a reason.
+  bool Draw(const std::vector<ScreenPicture>& screens, std::uint64_t settings_version, float position,
+            std::uint8_t* out, std::size_t pitch, bool rgba_out, std::string& why);
 
   // Everything released (any thread, once no frame is being drawn).
   void Close();
@@ -72,15 +74,21 @@ class TransitionRenderer {
  private:
   struct Screen;
   std::unique_ptr<soScene> load(const std::string& path, std::string& why, std::vector<std::string>& warnings);
+  // The morph, or the carrier with A and B nested, made with the current
+  // settings; false with a reason.
+  bool compose(std::string& why, std::vector<std::string>* warnings = nullptr);
   bool refill(Screen& screen, const ScreenPicture& picture, std::string& why);
 
   gles::GlesDevice* device_ = nullptr;
   unsigned width_ = 0, height_ = 0;
   std::unique_ptr<soD3DObjectManager> objects_;
   std::unique_ptr<soD3DSceneRenderer> renderer_;
-  std::vector<std::unique_ptr<soScene>> scenes_;
+  EffectFiles files_;
+  std::unique_ptr<soScene> scene_, a_, b_, composite_;
   soScene* drawn_ = nullptr;
-  std::string content_dir_;
+  std::array<zRecord, screen_count> records_;
+  std::array<bool, screen_count> given_{};
+  std::uint64_t settings_version_ = 0;
   std::vector<std::unique_ptr<Screen>> screens_;
   std::vector<std::uint8_t> swapped_;  // an R, G, B, A picture turned B, G, R, A
 };

@@ -119,17 +119,19 @@ TEST_F(Gst, StartRunsTheTransitionOverItsDurationOfRunningTime) {
   expect_near(frames.back().Rgb(width / 2, height / 2, false), {0, 0, 255}, "last frame");
 }
 
-TEST_F(Gst, DrawsTheSameFrameAsSo3dRender) {
+TEST_F(Gst, DrawsTheSameFrameAsSo3dRenderWithTheSameSettings) {
   TempDir dir;
   const std::string a = dir.Write("a.png", EncodePng(TestImage::Filled(width, height, {255, 0, 0, 255})));
   const std::string b = dir.Write("b.png", EncodePng(TestImage::Filled(width, height, {0, 0, 255, 255})));
   const std::string out = (dir.Path() / "frames").string();
   const std::string command = std::string(SO3D_RENDER) + " --size 64x48 --at 1 --screen 0=" + a + " --screen 1=" + b +
-                              " --out " + out + " " + effect + "/flat.lws " + effect + "/card.lws >/dev/null 2>&1";
+                              " --set 1:opacity=0.5 --set 0:rotation=0,30 --out " + out + " " + effect + "/flat.lws " + effect + "/card.lws >/dev/null 2>&1";
   ASSERT_EQ(std::system(command.c_str()), 0);
   so3d::image::Picture expected;
   ASSERT_EQ(so3d::image::DecodeFile((out + "/frame_0000.png").c_str(), expected), so3d::image::Status::ok);
-  const auto frames = run(transition("position=1", "BGRA") + source(red, "BGRA", 0) + source(blue, "BGRA", 1));
+  // Pad settings through the element, as gst-launch sets them.
+  const auto frames = run(transition("position=1 sink_1::opacity=0.5 sink_0::rotation=0,30", "BGRA") +
+                          source(red, "BGRA", 0) + source(blue, "BGRA", 1));
   ASSERT_EQ(frames.size(), 1u);
   int differing = 0;
   for (std::size_t i = 0; i < expected.bgra.size(); i += 4)
