@@ -1,6 +1,8 @@
 // so3dtransition in real pipelines, registered in this process: each input
 // format at both ends of the transition, a run started by running time, the
 // same frame as so3d-render's, repeated runs, and a missing scene.
+#include <gst/controller/gstdirectcontrolbinding.h>
+#include <gst/controller/gstinterpolationcontrolsource.h>
 #include <gst/gst.h>
 #include <gtest/gtest.h>
 
@@ -47,7 +49,8 @@ std::string source(unsigned argb, const char* format, int pad, int buffers = 1) 
 
 // Runs the pipeline (its last element an appsink named out) and returns its
 // frames; `error` gets the first error on the bus.
-std::vector<Frame> run(const std::string& description, std::string* error = nullptr) {
+std::vector<Frame> run(const std::string& description, std::string* error = nullptr,
+                       void (*prepare)(GstElement* pipeline) = nullptr) {
   GError* parse_error = nullptr;
   GstElement* pipeline = gst_parse_launch(description.c_str(), &parse_error);
   if (!pipeline) {
@@ -56,6 +59,7 @@ std::vector<Frame> run(const std::string& description, std::string* error = null
     return {};
   }
   GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "out");
+  if (prepare) prepare(pipeline);
   gst_element_set_state(pipeline, GST_STATE_PLAYING);
   std::vector<Frame> frames;
   for (GstSample* sample = nullptr;; gst_sample_unref(sample)) {
@@ -119,13 +123,34 @@ TEST_F(Gst, StartRunsTheTransitionOverItsDurationOfRunningTime) {
   expect_near(frames.back().Rgb(width / 2, height / 2, false), {0, 0, 255}, "last frame");
 }
 
+TEST_F(Gst, AControllerDrivesThePosition) {
+  // Control values 0 to 1 span the property's range, 0 to 2, over the first 160 ms.
+  const auto automate = [](GstElement* pipeline) {
+    GstElement* t = gst_bin_get_by_name(GST_BIN(pipeline), "t");
+    GstControlSource* source = gst_interpolation_control_source_new();
+    g_object_set(source, "mode", GST_INTERPOLATION_MODE_LINEAR, nullptr);
+    auto* values = GST_TIMED_VALUE_CONTROL_SOURCE(source);
+    gst_timed_value_control_source_set(values, 0, 0.0);
+    gst_timed_value_control_source_set(values, 160 * GST_MSECOND, 1.0);
+    gst_object_add_control_binding(GST_OBJECT(t), gst_direct_control_binding_new(GST_OBJECT(t), "position", source));
+    gst_object_unref(source);
+    gst_object_unref(t);
+  };
+  const auto frames =
+      run(transition("", "BGRA") + source(red, "BGRA", 0, 8) + source(blue, "BGRA", 1, 8), nullptr, automate);
+  ASSERT_EQ(frames.size(), 8u);
+  expect_near(frames.front().Rgb(width / 2, height / 2, false), {255, 0, 0}, "first frame");
+  expect_near(frames.back().Rgb(width / 2, height / 2, false), {0, 0, 255}, "last frame");
+}
+
 TEST_F(Gst, DrawsTheSameFrameAsSo3dRenderWithTheSameSettings) {
   TempDir dir;
   const std::string a = dir.Write("a.png", EncodePng(TestImage::Filled(width, height, {255, 0, 0, 255})));
   const std::string b = dir.Write("b.png", EncodePng(TestImage::Filled(width, height, {0, 0, 255, 255})));
   const std::string out = (dir.Path() / "frames").string();
   const std::string command = std::string(SO3D_RENDER) + " --size 64x48 --at 1 --screen 0=" + a + " --screen 1=" + b +
-                              " --set 1:opacity=0.5 --set 0:rotation=0,30 --out " + out + " " + effect + "/flat.lws " + effect + "/card.lws >/dev/null 2>&1";
+                              " --set 1:opacity=0.5 --set 0:rotation=0,30 --out " + out + " " + effect + "/flat.lws " +
+                              effect + "/card.lws >/dev/null 2>&1";
   ASSERT_EQ(std::system(command.c_str()), 0);
   so3d::image::Picture expected;
   ASSERT_EQ(so3d::image::DecodeFile((out + "/frame_0000.png").c_str(), expected), so3d::image::Status::ok);
