@@ -31,7 +31,7 @@ DEPENDS = {
     "fixtures": [],
     "tools": ["module", "backends/gles", "backends/null", "backends/recording", "fixtures"],
     "examples": ["module", "backends/gles", "fixtures"],
-    "bench": ["module", "backends/null", "backends/gles", "fixtures"],
+    "bench": ["module", "backends/null", "backends/gles", "fixtures", "plugins"],
     "fuzz": ["module", "backends/null", "fixtures"],
     "plugins": ["module", "backends/gles", "tools"],
     "tests": ["module", "backends/null", "backends/recording", "backends/gles", "fixtures", "plugins"],
