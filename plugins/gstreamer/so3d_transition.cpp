@@ -82,7 +82,7 @@ std::string* file_property(State& s, guint id) {
   }
 }
 
-void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
   State& s = state_of(object);
   const std::lock_guard<std::mutex> lock(s.mutex);
   if (std::string* file = file_property(s, id)) {
@@ -95,11 +95,11 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
   } else if (id == prop_auto_start) {
     s.auto_start = g_value_get_boolean(value);
   } else {
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
   }
 }
 
-void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
   State& s = state_of(object);
   const std::lock_guard<std::mutex> lock(s.mutex);
   if (const std::string* file = file_property(s, id)) {
@@ -111,7 +111,7 @@ void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
   } else if (id == prop_auto_start) {
     g_value_set_boolean(value, s.auto_start);
   } else {
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
   }
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 enum { prop_0, prop_screen, prop_first_setting };
 
-void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
   So3dPadState& s = *SO3D_TRANSITION_PAD(object)->state;
   const std::lock_guard<std::mutex> lock(s.mutex);
   if (id == prop_screen) {
@@ -27,7 +27,7 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
   }
   const std::size_t key = id - prop_first_setting;
   if (key >= so3d::tools::setting_keys.size()) {
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     return;
   }
   const char* text = g_value_get_string(value);
@@ -41,13 +41,13 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
   ++s.changes;
 }
 
-void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
   So3dPadState& s = *SO3D_TRANSITION_PAD(object)->state;
   const std::lock_guard<std::mutex> lock(s.mutex);
   if (id == prop_screen) return g_value_set_int(value, s.screen);
   const std::size_t key = id - prop_first_setting;
   if (key >= so3d::tools::setting_keys.size()) {
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     return;
   }
   g_value_set_string(value, s.texts[key].c_str());
